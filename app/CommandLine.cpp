@@ -1,0 +1,76 @@
+#include "app/CommandLine.h"
+
+#include "app/Commands.h"
+#include "platform/VipsSession.h"
+
+#include <QCoreApplication>
+#include <QTextStream>
+
+#include <cstdio>
+
+namespace app::CommandLine {
+
+namespace {
+
+struct CommandEntry {
+  const char *name;
+  int (*run)(const QStringList &args);
+};
+
+// Each headless command lives in its own file; this table only names them.
+constexpr CommandEntry kCommands[] = {
+    {"__placeholder__", nullptr},
+};
+
+QTextStream &stdOut() {
+  static QTextStream stream(stdout);
+  return stream;
+}
+
+QTextStream &stdErr() {
+  static QTextStream stream(stderr);
+  return stream;
+}
+
+} // namespace
+
+QString usageText() {
+  return QStringLiteral(
+      "usage:\n"
+      "  quillmere                              open the window\n"
+      "  quillmere info FILE...                 the photo information table of each file\n"
+      "  quillmere preview [OPTIONS] PATH...    build the batch, print the preview, apply the "
+      "start gate\n"
+      "  quillmere run [OPTIONS] PATH...        build the batch, apply the gate, run it, write "
+      "the summary log\n"
+      "  quillmere --help | --version\n");
+}
+
+bool wantsWindow(int argc, char **) { return argc <= 1; }
+
+int run(int argc, char **argv) {
+  QCoreApplication application(argc, argv);
+  QCoreApplication::setApplicationName(QStringLiteral("Quillmere"));
+  QCoreApplication::setApplicationVersion(QStringLiteral(QUILLMERE_VERSION));
+  QStringList args = QCoreApplication::arguments().mid(1);
+
+  const QString first = args.value(0);
+  if (first == QLatin1String("--help") || first == QLatin1String("-h")) {
+    stdOut() << usageText();
+    return ExitOk;
+  }
+  if (first == QLatin1String("--version")) {
+    stdOut() << "quillmere " << QUILLMERE_VERSION << "\n";
+    return ExitOk;
+  }
+  for (const CommandEntry &command : kCommands) {
+    if (command.run && first == QLatin1String(command.name)) {
+      platform::VipsSession vips(argv[0]);
+      return command.run(args.mid(1));
+    }
+  }
+  stdErr() << "quillmere: unknown command: " << first << "\n" << usageText();
+  return ExitUsage;
+}
+
+} // namespace app::CommandLine

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <QStringList>
+
+// The headless side of the `quillmere` binary. It needs no display: commands run under a
+// QCoreApplication on the same engine as the window.
+namespace app::CommandLine {
+
+enum ExitStatus {
+  ExitOk = 0,
+  ExitUsage = 64, // bad usage, as sysexits' EX_USAGE
+};
+
+// No arguments means the window; anything else is a command or an option.
+bool wantsWindow(int argc, char **argv);
+
+// Runs `quillmere ARGS...` headless and returns the process's exit status.
+int run(int argc, char **argv);
+
+QString usageText();
+
+} // namespace app::CommandLine

@@ -1,0 +1,6 @@
+#pragma once
+
+#include <QStringList>
+
+// One entry point per headless command; each returns the process's exit status.
+namespace app::Commands {} // namespace app::Commands

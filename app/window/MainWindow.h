@@ -1,0 +1,14 @@
+#pragma once
+
+#include <QMainWindow>
+
+namespace app::window {
+
+// The single main window; its screens are added as they are built.
+class MainWindow : public QMainWindow {
+  Q_OBJECT
+public:
+  explicit MainWindow(QWidget *parent = nullptr);
+};
+
+} // namespace app::window

@@ -1,0 +1,47 @@
+#pragma once
+
+#include <QDateTime>
+#include <QString>
+
+// File-manager operations. None throws; failures come back as values.
+namespace platform::Files {
+
+struct Result {
+  bool ok = true;
+  int code = 0;        // errno-like code where one is known
+  QString message;     // for the console line
+  static Result success() { return {}; }
+  static Result failure(int code, QString message) { return {false, code, std::move(message)}; }
+};
+
+struct Attributes {
+  bool exists = false;
+  bool isDirectory = false;
+  qint64 size = 0;
+  // Birth time where the file system has one, but never later than the modification
+  // time (a copy is born at the copy); else the modification time. Never ctime.
+  QDateTime creationDate;
+  QDateTime modificationDate;
+  QDateTime accessDate;
+  uint permissions = 0; // POSIX mode bits
+};
+
+bool fileExists(const QString &path);
+bool fileExists(const QString &path, bool *isDirectory);
+Attributes attributesOfItem(const QString &path);
+
+// Sets modification and access times (and permissions when given); creation time cannot
+// be set on Linux file systems and is left alone.
+Result setDates(const QString &path, const QDateTime &modification, const QDateTime &access);
+Result setPermissions(const QString &path, uint mode);
+
+// Moves to the XDG trash (files/ and info/); the trash's data folder is made first.
+Result moveToTrash(const QString &path, QString *pathInTrash = nullptr);
+
+// Space the user may write (f_bavail) and the volume's total, in bytes; -1 on failure.
+qint64 freeSpaceForPath(const QString &path);
+qint64 totalSpaceForPath(const QString &path);
+
+Result createDirectory(const QString &path); // with intermediate folders
+
+} // namespace platform::Files

@@ -1,0 +1,20 @@
+#include "platform/VipsSession.h"
+
+#include <vips/vips8>
+
+namespace platform {
+
+VipsSession::VipsSession(const char *argv0) {
+  ok_ = VIPS_INIT(argv0) == 0;
+  if (ok_) {
+    vips_cache_set_max(0);
+    vips_cache_set_max_mem(0);
+  }
+}
+
+VipsSession::~VipsSession() {
+  if (ok_)
+    vips_shutdown();
+}
+
+} // namespace platform

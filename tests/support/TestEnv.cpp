@@ -1,0 +1,97 @@
+#include "tests/support/TestEnv.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QProcess>
+
+#include <cstdlib>
+#include <ctime>
+#include <string>
+#include <unistd.h>
+#include <vector>
+
+extern char **environ;
+
+namespace testenv {
+
+void isolateProcess() {
+  std::vector<std::string> xdg;
+  for (char **e = environ; *e; ++e) {
+    std::string entry(*e);
+    if (entry.rfind("XDG_", 0) == 0)
+      xdg.push_back(entry.substr(0, entry.find('=')));
+  }
+  for (const auto &name : xdg)
+    unsetenv(name.c_str());
+
+  static std::string home; // must outlive the process: QTemporaryDir would need an app
+  char pattern[] = "/tmp/quillmere-test-home-XXXXXX";
+  if (const char *made = mkdtemp(pattern))
+    home = made;
+  setenv("HOME", home.c_str(), 1);
+  setenv("LC_ALL", "en_US.UTF-8", 1);
+  setenv("TZ", "UTC", 1);
+  tzset();
+  std::atexit([] {
+    if (!home.empty())
+      QDir(QString::fromStdString(home)).removeRecursively();
+  });
+}
+
+QString photosDir() { return QStringLiteral(QUILLMERE_PHOTOS_DIR); }
+
+QString dataDir() { return QStringLiteral(QUILLMERE_TEST_DATA_DIR); }
+
+QString quillmereBinary() { return QStringLiteral(QUILLMERE_BINARY); }
+
+QString copyPhoto(const QString &relativePath, const QString &folder,
+                  const QString &newName) {
+  const QString source = photosDir() + QLatin1Char('/') + relativePath;
+  const QString target =
+      folder + QLatin1Char('/') +
+      (newName.isEmpty() ? QFileInfo(source).fileName() : newName);
+  QDir().mkpath(folder);
+  QFile::remove(target);
+  if (!QFile::copy(source, target))
+    return {};
+  QFile::setPermissions(target, QFile::ReadOwner | QFile::WriteOwner |
+                                    QFile::ReadGroup | QFile::ReadOther);
+  return target;
+}
+
+QString writeFile(const QString &path, const QByteArray &bytes) {
+  QDir().mkpath(QFileInfo(path).absolutePath());
+  QFile file(path);
+  if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate))
+    return {};
+  file.write(bytes);
+  return path;
+}
+
+void setTimeZone(const char *tz) {
+  setenv("TZ", tz, 1);
+  tzset();
+}
+
+ProcessResult runQuillmere(const QStringList &args, const QString &workingDir) {
+  QProcess process;
+  process.setProgram(quillmereBinary());
+  process.setArguments(args);
+  if (!workingDir.isEmpty())
+    process.setWorkingDirectory(workingDir);
+  process.start();
+  process.closeWriteChannel();
+  ProcessResult result;
+  if (!process.waitForFinished(240000)) {
+    process.kill();
+    process.waitForFinished();
+    return result;
+  }
+  result.exitCode = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
+  result.out = QString::fromUtf8(process.readAllStandardOutput());
+  result.err = QString::fromUtf8(process.readAllStandardError());
+  return result;
+}
+
+} // namespace testenv
