@@ -46,7 +46,9 @@ QString usageText() {
       "  quillmere --help | --version\n");
 }
 
-bool wantsWindow(int argc, char **) { return argc <= 1; }
+bool wantsWindow(int argc, char **) {
+  return argc <= 1;
+}
 
 int run(int argc, char **argv) {
   QCoreApplication application(argc, argv);

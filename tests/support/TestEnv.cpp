@@ -39,24 +39,28 @@ void isolateProcess() {
   });
 }
 
-QString photosDir() { return QStringLiteral(QUILLMERE_PHOTOS_DIR); }
+QString photosDir() {
+  return QStringLiteral(QUILLMERE_PHOTOS_DIR);
+}
 
-QString dataDir() { return QStringLiteral(QUILLMERE_TEST_DATA_DIR); }
+QString dataDir() {
+  return QStringLiteral(QUILLMERE_TEST_DATA_DIR);
+}
 
-QString quillmereBinary() { return QStringLiteral(QUILLMERE_BINARY); }
+QString quillmereBinary() {
+  return QStringLiteral(QUILLMERE_BINARY);
+}
 
-QString copyPhoto(const QString &relativePath, const QString &folder,
-                  const QString &newName) {
+QString copyPhoto(const QString &relativePath, const QString &folder, const QString &newName) {
   const QString source = photosDir() + QLatin1Char('/') + relativePath;
   const QString target =
-      folder + QLatin1Char('/') +
-      (newName.isEmpty() ? QFileInfo(source).fileName() : newName);
+      folder + QLatin1Char('/') + (newName.isEmpty() ? QFileInfo(source).fileName() : newName);
   QDir().mkpath(folder);
   QFile::remove(target);
   if (!QFile::copy(source, target))
     return {};
-  QFile::setPermissions(target, QFile::ReadOwner | QFile::WriteOwner |
-                                    QFile::ReadGroup | QFile::ReadOther);
+  QFile::setPermissions(target,
+                        QFile::ReadOwner | QFile::WriteOwner | QFile::ReadGroup | QFile::ReadOther);
   return target;
 }
 

@@ -20,8 +20,7 @@ QString quillmereBinary();
 
 // Copies a sample photo (path relative to photosDir()) into folder, keeping its name
 // unless newName is given, and returns the copy's path.
-QString copyPhoto(const QString &relativePath, const QString &folder,
-                  const QString &newName = {});
+QString copyPhoto(const QString &relativePath, const QString &folder, const QString &newName = {});
 
 // Writes bytes to a new file and returns its path.
 QString writeFile(const QString &path, const QByteArray &bytes);
