@@ -1,0 +1,202 @@
+// Dates, property lists and system facts: the text the application exchanges with the
+// system, checked against values worked out by hand.
+#include "platform/DateFormat.h"
+#include "platform/PropertyList.h"
+#include "platform/SystemInfo.h"
+#include "tests/support/TestEnv.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+#include <QTimeZone>
+#include <gtest/gtest.h>
+
+using namespace platform;
+
+namespace {
+
+QDateTime utc(int y, int mo, int d, int h = 0, int mi = 0, int s = 0) {
+  return QDateTime(QDate(y, mo, d), QTime(h, mi, s), QTimeZone::utc());
+}
+
+class DateFormatTest : public ::testing::Test {
+protected:
+  void TearDown() override { testenv::setTimeZone("UTC"); }
+};
+
+} // namespace
+
+TEST_F(DateFormatTest, WeekBasedYearFollowsTheLocaleWeeks) {
+  // en_US weeks start on Sunday and week 1 holds January 1st.
+  EXPECT_EQ(DateFormat::format(utc(2024, 12, 30, 12), QStringLiteral("YYYY")), "2025");
+  EXPECT_EQ(DateFormat::format(utc(2024, 12, 30, 12), QStringLiteral("yyyy")), "2024");
+  EXPECT_EQ(DateFormat::format(utc(2021, 12, 31, 12), QStringLiteral("YYYY")), "2022");
+  EXPECT_EQ(DateFormat::format(utc(2021, 1, 1, 12), QStringLiteral("YYYY")), "2021");
+  EXPECT_EQ(DateFormat::format(utc(2022, 12, 31, 12), QStringLiteral("YYYY")), "2022");
+}
+
+TEST_F(DateFormatTest, TwelveHourClockAndUnpaddedFields) {
+  const QDateTime date = utc(2024, 3, 14, 15, 4, 5);
+  EXPECT_EQ(DateFormat::format(date, QStringLiteral("hh:mm:s a")), "03:04:5 PM");
+  EXPECT_EQ(DateFormat::format(date, QStringLiteral("yyyy-MM-dd HH.mm.ss")), "2024-03-14 15.04.05");
+  EXPECT_EQ(DateFormat::format(date, QStringLiteral("MMM d, EEEE")), "Mar 14, Thursday");
+  EXPECT_EQ(DateFormat::format(date, QStringLiteral("'Photo' yyyyMMdd")), "Photo 20240314");
+  EXPECT_EQ(DateFormat::format(utc(2024, 3, 14, 0, 0, 0), QStringLiteral("h a")), "12 AM");
+}
+
+TEST_F(DateFormatTest, InvalidInputGivesEmptyText) {
+  EXPECT_EQ(DateFormat::format(QDateTime(), QStringLiteral("yyyy")), "");
+  EXPECT_EQ(DateFormat::format(utc(2024, 1, 1), QString()), "");
+}
+
+TEST_F(DateFormatTest, ParsesWholeTextOnly) {
+  const QString pattern = QStringLiteral("yyyy:MM:dd HH:mm:ss");
+  const QDateTime parsed = DateFormat::parse(QStringLiteral("2024:03:14 21:05:07"), pattern);
+  ASSERT_TRUE(parsed.isValid());
+  EXPECT_EQ(parsed.toUTC(), utc(2024, 3, 14, 21, 5, 7));
+
+  EXPECT_FALSE(DateFormat::parse(QStringLiteral("2024:03:14"), pattern).isValid());
+  EXPECT_FALSE(DateFormat::parse(QStringLiteral("2024:03:14 21:05:07 extra"), pattern).isValid());
+  EXPECT_FALSE(DateFormat::parse(QStringLiteral("2024:13:14 21:05:07"), pattern).isValid());
+  EXPECT_FALSE(DateFormat::parse(QStringLiteral("2024:02:30 21:05:07"), pattern).isValid());
+  EXPECT_FALSE(DateFormat::parse(QString(), pattern).isValid());
+}
+
+TEST_F(DateFormatTest, FollowsTheTimeZoneOfTheMoment) {
+  const QDateTime instant = utc(2024, 7, 1, 12, 0, 0);
+  const QString pattern = QStringLiteral("yyyy-MM-dd HH:mm");
+  EXPECT_EQ(DateFormat::format(instant, pattern), "2024-07-01 12:00");
+
+  testenv::setTimeZone("America/New_York");
+  EXPECT_EQ(DateFormat::format(instant, pattern), "2024-07-01 08:00");
+  EXPECT_EQ(DateFormat::parse(QStringLiteral("2024-07-01 08:00"), pattern).toUTC(), instant);
+
+  testenv::setTimeZone("Asia/Tokyo");
+  EXPECT_EQ(DateFormat::format(instant, pattern), "2024-07-01 21:00");
+  EXPECT_EQ(DateFormat::format(utc(2024, 12, 31, 20), QStringLiteral("yyyy")), "2025");
+
+  testenv::setTimeZone(":Europe/Paris");
+  EXPECT_EQ(DateFormat::format(instant, pattern), "2024-07-01 14:00");
+
+  testenv::setTimeZone("UTC");
+  EXPECT_EQ(DateFormat::format(instant, pattern), "2024-07-01 12:00");
+}
+
+TEST(PropertyListTest, NestedDictionaryRoundTrip) {
+  QTemporaryDir dir;
+  ASSERT_TRUE(dir.isValid());
+  const QString path = dir.filePath(QStringLiteral("settings.plist"));
+
+  QVariantMap inner;
+  inner.insert(QStringLiteral("quality"), 0.85);
+  inner.insert(QStringLiteral("format"), QStringLiteral("JPEG"));
+  inner.insert(QStringLiteral("tags"), QVariantList{QStringLiteral("a"), qlonglong(2), true});
+  QVariantMap dictionary;
+  dictionary.insert(QStringLiteral("output"), inner);
+  dictionary.insert(QStringLiteral("count"), qlonglong(42));
+  dictionary.insert(QStringLiteral("negative"), qlonglong(-7));
+  dictionary.insert(QStringLiteral("enabled"), false);
+  dictionary.insert(QStringLiteral("name"), QStringLiteral("Été 東京 📷"));
+  dictionary.insert(QStringLiteral("archive"), QByteArray("\x00\x01\xff binary", 10));
+  dictionary.insert(QStringLiteral("when"), utc(2023, 5, 6, 7, 8, 9));
+  dictionary.insert(QStringLiteral("empty list"), QVariantList());
+  dictionary.insert(QStringLiteral("empty map"), QVariantMap());
+
+  QString error;
+  ASSERT_TRUE(PropertyList::writeDictionary(path, dictionary, &error)) << error.toStdString();
+  QVariantMap read;
+  ASSERT_TRUE(PropertyList::readDictionary(path, &read, &error)) << error.toStdString();
+
+  EXPECT_EQ(read.keys(), dictionary.keys());
+  const QVariantMap readInner = read.value(QStringLiteral("output")).toMap();
+  EXPECT_DOUBLE_EQ(readInner.value(QStringLiteral("quality")).toDouble(), 0.85);
+  EXPECT_EQ(readInner.value(QStringLiteral("format")).toString(), "JPEG");
+  const QVariantList tags = readInner.value(QStringLiteral("tags")).toList();
+  ASSERT_EQ(tags.size(), 3);
+  EXPECT_EQ(tags[0].toString(), "a");
+  EXPECT_EQ(tags[1].metaType().id(), QMetaType::LongLong);
+  EXPECT_EQ(tags[1].toLongLong(), 2);
+  EXPECT_EQ(tags[2].metaType().id(), QMetaType::Bool);
+  EXPECT_TRUE(tags[2].toBool());
+  EXPECT_EQ(read.value(QStringLiteral("count")).toLongLong(), 42);
+  EXPECT_EQ(read.value(QStringLiteral("negative")).toLongLong(), -7);
+  EXPECT_EQ(read.value(QStringLiteral("enabled")).metaType().id(), QMetaType::Bool);
+  EXPECT_FALSE(read.value(QStringLiteral("enabled")).toBool());
+  EXPECT_EQ(read.value(QStringLiteral("name")).toString(), QStringLiteral("Été 東京 📷"));
+  EXPECT_EQ(read.value(QStringLiteral("archive")).toByteArray(),
+            QByteArray("\x00\x01\xff binary", 10));
+  EXPECT_EQ(read.value(QStringLiteral("when")).toDateTime(), utc(2023, 5, 6, 7, 8, 9));
+  EXPECT_TRUE(read.value(QStringLiteral("empty list")).toList().isEmpty());
+  EXPECT_EQ(read.value(QStringLiteral("empty map")).metaType().id(), QMetaType::QVariantMap);
+}
+
+TEST(PropertyListTest, ReadsHandWrittenXml) {
+  QVariantMap read;
+  QString error;
+  ASSERT_TRUE(PropertyList::readDictionary(
+      testenv::dataDir() + QStringLiteral("/platform/handwritten.plist"), &read, &error))
+      << error.toStdString();
+  EXPECT_EQ(read.value(QStringLiteral("CFBundleIdentifier")).toString(), "org.quillmere.Quillmere");
+  EXPECT_EQ(read.value(QStringLiteral("Width")).toLongLong(), 4032);
+  EXPECT_DOUBLE_EQ(read.value(QStringLiteral("Ratio")).toDouble(), 1.5);
+  EXPECT_TRUE(read.value(QStringLiteral("Enabled")).toBool());
+  EXPECT_EQ(read.value(QStringLiteral("Payload")).toByteArray(), QByteArray("hello"));
+  EXPECT_EQ(read.value(QStringLiteral("Taken")).toDateTime(), utc(2019, 8, 17, 10, 30, 0));
+  const QVariantList items = read.value(QStringLiteral("Items")).toList();
+  ASSERT_EQ(items.size(), 2);
+  EXPECT_EQ(items[0].toMap().value(QStringLiteral("Name")).toString(), QStringLiteral("Ünïcode"));
+  EXPECT_EQ(items[1].toList().size(), 0);
+}
+
+TEST(PropertyListTest, BadInputIsAnErrorNotACrash) {
+  QTemporaryDir dir;
+  QVariantMap read{{QStringLiteral("stale"), 1}};
+  QString error;
+  EXPECT_FALSE(
+      PropertyList::readDictionary(dir.filePath(QStringLiteral("missing.plist")), &read, &error));
+  EXPECT_TRUE(read.isEmpty());
+  EXPECT_FALSE(error.isEmpty());
+
+  for (const QByteArray &bad :
+       {QByteArray("not a plist at all"), QByteArray("<?xml version=\"1.0\"?><plist><dict><key>a"),
+        QByteArray("<plist version=\"1.0\"><array><string>x</string></array></plist>"),
+        QByteArray("bplist00\xff\xff\xff", 11), QByteArray()}) {
+    error.clear();
+    EXPECT_FALSE(PropertyList::parseDictionary(bad, &read, &error)) << bad.toStdString();
+    EXPECT_TRUE(read.isEmpty());
+    EXPECT_FALSE(error.isEmpty());
+  }
+
+  // A failed write leaves the old file in place.
+  const QString target = testenv::writeFile(dir.filePath(QStringLiteral("keep.plist")),
+                                            PropertyList::toXml({{QStringLiteral("k"), 1}}));
+  EXPECT_FALSE(PropertyList::writeDictionary(dir.filePath(QStringLiteral("no/such/dir/x.plist")),
+                                             {{QStringLiteral("k"), 2}}, &error));
+  ASSERT_TRUE(PropertyList::readDictionary(target, &read));
+  EXPECT_EQ(read.value(QStringLiteral("k")).toLongLong(), 1);
+}
+
+TEST(SystemInfoTest, VersionAndScale) {
+  int major = -1;
+  int minor = -1;
+  SystemInfo::osVersion(&major, &minor);
+  EXPECT_GT(major, 0);
+  EXPECT_GE(minor, 0);
+
+  QFile osRelease(QStringLiteral("/etc/os-release"));
+  if (osRelease.open(QIODevice::ReadOnly)) {
+    const QString text = QString::fromUtf8(osRelease.readAll());
+    const qsizetype at = text.indexOf(QStringLiteral("VERSION_ID="));
+    if (at >= 0) {
+      QString id = text.mid(at + 11).section(QLatin1Char('\n'), 0, 0).remove(QLatin1Char('"'));
+      EXPECT_EQ(major, id.section(QLatin1Char('.'), 0, 0).toInt());
+      EXPECT_EQ(minor, id.section(QLatin1Char('.'), 1, 1).toInt());
+    }
+  }
+
+  EXPECT_EQ(SystemInfo::backingScaleFactor(), 1.0);
+  SystemInfo::setBackingScaleFactorForTesting(2.0);
+  EXPECT_EQ(SystemInfo::backingScaleFactor(), 2.0);
+  SystemInfo::setBackingScaleFactorForTesting(0.0);
+  EXPECT_EQ(SystemInfo::backingScaleFactor(), 1.0);
+}
