@@ -1,0 +1,270 @@
+// Path text, type tests and file-manager operations, on real files in a temporary folder.
+#include "platform/FileTypes.h"
+#include "platform/Files.h"
+#include "platform/PathText.h"
+#include "platform/StandardFolders.h"
+#include "tests/support/TestEnv.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QTemporaryDir>
+#include <QTimeZone>
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <unistd.h>
+
+using namespace platform;
+
+namespace {
+
+struct PathRow {
+  const char *path;
+  const char *lastComponent;
+  const char *extension;
+  const char *withoutExtension;
+  const char *withoutLastComponent;
+};
+
+class PathTextTest : public ::testing::TestWithParam<PathRow> {};
+
+} // namespace
+
+TEST_P(PathTextTest, NameParts) {
+  const PathRow &row = GetParam();
+  const QString path = QString::fromUtf8(row.path);
+  EXPECT_EQ(PathText::lastPathComponent(path), QString::fromUtf8(row.lastComponent));
+  EXPECT_EQ(PathText::pathExtension(path), QString::fromUtf8(row.extension));
+  EXPECT_EQ(PathText::stringByDeletingPathExtension(path), QString::fromUtf8(row.withoutExtension));
+  EXPECT_EQ(PathText::stringByDeletingLastPathComponent(path),
+            QString::fromUtf8(row.withoutLastComponent));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Rows, PathTextTest,
+    ::testing::Values(
+        // path, last component, extension, without extension, without last component
+        PathRow{"/a/b/", "b", "", "/a/b", "/a"}, PathRow{"/", "/", "", "/", "/"},
+        PathRow{"", "", "", "", ""}, PathRow{"a", "a", "", "a", ""},
+        PathRow{"/a", "a", "", "/a", "/"}, PathRow{"/a/b", "b", "", "/a/b", "/a"},
+        PathRow{"/p/IMG_1.JPG", "IMG_1.JPG", "JPG", "/p/IMG_1", "/p"},
+        PathRow{"/p/.JPG", ".JPG", "", "/p/.JPG", "/p"},
+        PathRow{"/p/.bashrc", ".bashrc", "", "/p/.bashrc", "/p"},
+        PathRow{"a.b.JPG", "a.b.JPG", "JPG", "a.b", ""}, PathRow{"/p/a.", "a.", "", "/p/a.", "/p"},
+        PathRow{"/p.d/name", "name", "", "/p.d/name", "/p.d"},
+        PathRow{"//p//x.tar.gz//", "x.tar.gz", "gz", "/p/x.tar", "/p"},
+        PathRow{"/p/..jpg", "..jpg", "jpg", "/p/.", "/p"},
+        PathRow{"/p/Été 1.heic", "Été 1.heic", "heic", "/p/Été 1", "/p"},
+        PathRow{"Lib.photolibrary/", "Lib.photolibrary", "photolibrary", "Lib", ""}));
+
+TEST(PathTextAppendTest, AppendsWithoutDoubledSlashes) {
+  EXPECT_EQ(PathText::stringByAppendingPathComponent("/a", "b"), "/a/b");
+  EXPECT_EQ(PathText::stringByAppendingPathComponent("/a/", "b"), "/a/b");
+  EXPECT_EQ(PathText::stringByAppendingPathComponent("/a/", "/b/"), "/a/b");
+  EXPECT_EQ(PathText::stringByAppendingPathComponent("/", "b"), "/b");
+  EXPECT_EQ(PathText::stringByAppendingPathComponent("", "b"), "b");
+  EXPECT_EQ(PathText::stringByAppendingPathComponent("/a", ""), "/a");
+  EXPECT_EQ(PathText::stringByAppendingPathComponent("/a", "b/c.jpg"), "/a/b/c.jpg");
+  EXPECT_EQ(PathText::stringByAppendingPathExtension("/a/b", "jpg"), "/a/b.jpg");
+  EXPECT_EQ(PathText::stringByAppendingPathExtension("/a/b/", "JPG"), "/a/b.JPG");
+  EXPECT_EQ(PathText::stringByAppendingPathExtension("/a/b.tif", "jpg"), "/a/b.tif.jpg");
+  EXPECT_EQ(PathText::stringByAppendingPathExtension("/", "jpg"), "/");
+}
+
+TEST(PathTextResolveTest, FindsTheExistingCaseOfEachComponent) {
+  QTemporaryDir dir;
+  ASSERT_TRUE(dir.isValid());
+  const QString root = dir.path();
+  const QString photo = testenv::writeFile(root + "/x/Photos/IMG.JPG", "jpeg");
+  ASSERT_FALSE(photo.isEmpty());
+  QDir().mkpath(root + "/x/Photos/Sub Folder");
+
+  EXPECT_EQ(PathText::resolveCaseInsensitive(root + "/x/photos/img.jpg"), photo);
+  EXPECT_EQ(PathText::resolveCaseInsensitive(root + "/X/PHOTOS/"), root + "/x/Photos");
+  EXPECT_EQ(PathText::resolveCaseInsensitive(root + "/x/photos/sub folder"),
+            root + "/x/Photos/Sub Folder");
+  EXPECT_EQ(PathText::resolveCaseInsensitive(photo), photo);
+  // Nothing matches: the path comes back as given.
+  EXPECT_EQ(PathText::resolveCaseInsensitive(root + "/x/photos/missing.jpg"),
+            root + "/x/photos/missing.jpg");
+
+  // An exact match wins over another spelling.
+  const QString lower = testenv::writeFile(root + "/x/Photos/img.jpg", "other");
+  EXPECT_EQ(PathText::resolveCaseInsensitive(root + "/x/photos/img.jpg"), lower);
+  EXPECT_EQ(PathText::resolveCaseInsensitive(root + "/x/photos/IMG.JPG"), photo);
+}
+
+TEST(FileTypesTest, ImageConformanceByExtension) {
+  QTemporaryDir dir;
+  struct Row {
+    const char *name;
+    bool image;
+  };
+  const Row rows[] = {{"a.jpg", true},  {"a.JPG", true},     {"a.jpeg", true}, {"a.png", true},
+                      {"a.heic", true}, {"a.HEIC", true},    {"a.cr2", true},  {"a.dng", true},
+                      {"a.tif", true},  {"a.txt", false},    {"a.pdf", false}, {"a.mov", false},
+                      {"noext", false}, {"a.jpg.txt", false}};
+  for (const Row &row : rows) {
+    const QString path = testenv::writeFile(dir.filePath(row.name), "x");
+    EXPECT_EQ(FileTypes::conformsToImage(path), row.image) << row.name;
+  }
+  // A folder is never an image, whatever its name.
+  QDir().mkpath(dir.filePath("folder.jpg"));
+  EXPECT_FALSE(FileTypes::conformsToImage(dir.filePath("folder.jpg")));
+}
+
+TEST(FileTypesTest, PackagesAreFoldersWithBundleExtensions) {
+  QTemporaryDir dir;
+  QDir().mkpath(dir.filePath("Lib.photolibrary"));
+  QDir().mkpath(dir.filePath("Photos Library.photoslibrary"));
+  QDir().mkpath(dir.filePath("Tool.APP"));
+  QDir().mkpath(dir.filePath("Plain"));
+  QDir().mkpath(dir.filePath("Holiday.2024"));
+  testenv::writeFile(dir.filePath("sub/Lib.photolibrary"), "a file, not a folder");
+
+  EXPECT_TRUE(FileTypes::isPackage(dir.filePath("Lib.photolibrary")));
+  EXPECT_TRUE(FileTypes::isPackage(dir.filePath("Photos Library.photoslibrary")));
+  EXPECT_TRUE(FileTypes::isPackage(dir.filePath("Tool.APP")));
+  EXPECT_FALSE(FileTypes::isPackage(dir.filePath("Plain")));
+  EXPECT_FALSE(FileTypes::isPackage(dir.filePath("Holiday.2024")));
+  EXPECT_FALSE(FileTypes::isPackage(dir.filePath("sub/Lib.photolibrary")));
+  EXPECT_FALSE(FileTypes::isPackage(dir.filePath("Missing.photolibrary")));
+}
+
+TEST(FileTypesTest, ExtensionListHasBothCasesOnly) {
+  const QStringList extensions = FileTypes::imageFileExtensions();
+  for (const char *present : {"jpg", "JPG", "jpeg", "JPEG", "png", "PNG", "heic", "HEIC", "tif",
+                              "TIFF", "cr2", "CR2", "dng", "DNG"})
+    EXPECT_TRUE(extensions.contains(QLatin1String(present))) << present;
+  EXPECT_FALSE(extensions.contains(QStringLiteral("Jpg")));
+  EXPECT_FALSE(extensions.contains(QStringLiteral("txt")));
+  EXPECT_FALSE(extensions.contains(QStringLiteral("pdf")));
+  QStringList unique = extensions;
+  EXPECT_EQ(unique.removeDuplicates(), 0);
+  for (const QString &extension : extensions) {
+    EXPECT_TRUE(extension == extension.toLower() || extension == extension.toUpper())
+        << extension.toStdString();
+    EXPECT_FALSE(extension.contains(QLatin1Char('*')) || extension.contains(QLatin1Char('.')));
+  }
+}
+
+TEST(FilesTest, ExistenceAndAttributes) {
+  QTemporaryDir dir;
+  const QString photo = testenv::copyPhoto("jpg/Canon_40D.jpg", dir.path());
+  ASSERT_FALSE(photo.isEmpty());
+
+  bool isDirectory = true;
+  EXPECT_TRUE(Files::fileExists(photo, &isDirectory));
+  EXPECT_FALSE(isDirectory);
+  EXPECT_TRUE(Files::fileExists(dir.path(), &isDirectory));
+  EXPECT_TRUE(isDirectory);
+  EXPECT_FALSE(Files::fileExists(dir.filePath("missing"), &isDirectory));
+  EXPECT_FALSE(isDirectory);
+  EXPECT_FALSE(Files::fileExists(QString()));
+
+  const Files::Attributes attributes = Files::attributesOfItem(photo);
+  EXPECT_TRUE(attributes.exists);
+  EXPECT_FALSE(attributes.isDirectory);
+  EXPECT_EQ(attributes.size, QFileInfo(photo).size());
+  EXPECT_EQ(attributes.permissions, 0644u); // as copyPhoto leaves it
+  ASSERT_TRUE(attributes.creationDate.isValid());
+  EXPECT_LE(attributes.creationDate, attributes.modificationDate);
+  EXPECT_FALSE(Files::attributesOfItem(dir.filePath("missing")).exists);
+  EXPECT_TRUE(Files::attributesOfItem(dir.path()).isDirectory);
+}
+
+TEST(FilesTest, SetDatesRoundTripAndCreationStaysAtOrBeforeModification) {
+  QTemporaryDir dir;
+  const QString photo = testenv::copyPhoto("jpg/Nikon_D70.jpg", dir.path());
+  const QDateTime modified(QDate(2009, 10, 9), QTime(8, 7, 6), QTimeZone::utc());
+  const QDateTime accessed(QDate(2010, 1, 2), QTime(3, 4, 5), QTimeZone::utc());
+  ASSERT_TRUE(Files::setDates(photo, modified, accessed).ok);
+
+  const Files::Attributes attributes = Files::attributesOfItem(photo);
+  EXPECT_EQ(attributes.modificationDate.toSecsSinceEpoch(), modified.toSecsSinceEpoch());
+  EXPECT_EQ(attributes.accessDate.toSecsSinceEpoch(), accessed.toSecsSinceEpoch());
+  // The copy was born today, after the modification date it now carries.
+  EXPECT_LE(attributes.creationDate, attributes.modificationDate);
+
+  // An invalid date leaves that time alone.
+  ASSERT_TRUE(Files::setDates(photo, QDateTime(), modified).ok);
+  EXPECT_EQ(Files::attributesOfItem(photo).modificationDate.toSecsSinceEpoch(),
+            modified.toSecsSinceEpoch());
+
+  const Files::Result missing = Files::setDates(dir.filePath("missing.jpg"), modified, accessed);
+  EXPECT_FALSE(missing.ok);
+  EXPECT_EQ(missing.code, ENOENT);
+  EXPECT_FALSE(missing.message.isEmpty());
+
+  ASSERT_TRUE(Files::setPermissions(photo, 0600).ok);
+  EXPECT_EQ(Files::attributesOfItem(photo).permissions, 0600u);
+}
+
+TEST(FilesTest, MoveToTrashUsesTheXdgTrashEvenWhenDataFolderIsMissing) {
+  QTemporaryDir dir;
+  const QString dataHome = QDir::homePath() + "/.local/share";
+  QDir(dataHome).removeRecursively();
+  ASSERT_FALSE(QFileInfo::exists(dataHome));
+
+  // Qt would place the trash relative to the working directory; run from a fresh one.
+  const QString work = dir.filePath("work");
+  QDir().mkpath(work);
+  const QString previous = QDir::currentPath();
+  ASSERT_TRUE(QDir::setCurrent(work));
+
+  const QString photo = testenv::copyPhoto("jpg/Pentax_K10D.jpg", dir.path(), "To Trash.jpg");
+  const qint64 size = QFileInfo(photo).size();
+  QString placed;
+  const Files::Result result = Files::moveToTrash(photo, &placed);
+  QDir::setCurrent(previous);
+  ASSERT_TRUE(result.ok) << result.message.toStdString();
+
+  EXPECT_FALSE(QFileInfo::exists(photo));
+  const QString trash = dataHome + "/Trash";
+  EXPECT_EQ(trashDirectory(), trash);
+  EXPECT_EQ(QFileInfo(placed).absolutePath(), trash + "/files");
+  EXPECT_EQ(QFileInfo(placed).size(), size);
+  const QString info = trash + "/info/" + QFileInfo(placed).fileName() + ".trashinfo";
+  QFile infoFile(info);
+  ASSERT_TRUE(infoFile.open(QIODevice::ReadOnly)) << info.toStdString();
+  const QByteArray infoText = infoFile.readAll();
+  EXPECT_TRUE(infoText.startsWith("[Trash Info]"));
+  EXPECT_TRUE(infoText.contains("DeletionDate="));
+  EXPECT_TRUE(infoText.contains("Path=")) << infoText.toStdString();
+  EXPECT_FALSE(QFileInfo::exists(work + "/files"));
+  EXPECT_FALSE(QFileInfo::exists(work + "/Trash"));
+  EXPECT_TRUE(isInTrash(placed, true));
+
+  // A second file of the same name gets its own place.
+  const QString again = testenv::copyPhoto("jpg/Pentax_K10D.jpg", dir.path(), "To Trash.jpg");
+  QString placedAgain;
+  ASSERT_TRUE(Files::moveToTrash(again, &placedAgain).ok);
+  EXPECT_NE(placedAgain, placed);
+  EXPECT_TRUE(QFileInfo::exists(placedAgain));
+
+  const Files::Result missing = Files::moveToTrash(dir.filePath("missing.jpg"));
+  EXPECT_FALSE(missing.ok);
+  EXPECT_EQ(missing.code, ENOENT);
+}
+
+TEST(FilesTest, SpaceAndFolders) {
+  QTemporaryDir dir;
+  const qint64 free = Files::freeSpaceForPath(dir.path());
+  const qint64 total = Files::totalSpaceForPath(dir.path());
+  EXPECT_GT(free, 0);
+  EXPECT_LE(free, total);
+  // A destination that does not exist yet is measured on the volume that will hold it.
+  EXPECT_GT(Files::freeSpaceForPath(dir.filePath("not/yet/made")), 0);
+  EXPECT_EQ(Files::freeSpaceForPath(QString()), -1);
+
+  const QString nested = dir.filePath("a/b c/d");
+  EXPECT_TRUE(Files::createDirectory(nested).ok);
+  EXPECT_TRUE(QFileInfo(nested).isDir());
+  EXPECT_TRUE(Files::createDirectory(nested).ok); // already there
+  testenv::writeFile(dir.filePath("blocker"), "file");
+  const Files::Result blocked = Files::createDirectory(dir.filePath("blocker/sub"));
+  EXPECT_FALSE(blocked.ok);
+  EXPECT_EQ(blocked.code, EEXIST);
+  EXPECT_FALSE(Files::createDirectory(QString()).ok);
+}
