@@ -1,0 +1,190 @@
+#include "imaging/Utils.h"
+#include "processing/CommonFunc.h"
+#include "tests/support/TestEnv.h"
+
+#include <gtest/gtest.h>
+
+// Readable failures: QString and the table rows printed as text.
+inline void PrintTo(const QString &text, std::ostream *out) {
+  *out << '"' << text.toStdString() << '"';
+}
+
+namespace {
+
+QDateTime utc(int y, int mo, int d, int h = 0, int mi = 0, int s = 0, int ms = 0) {
+  return QDateTime(QDate(y, mo, d), QTime(h, mi, s, ms), Qt::UTC);
+}
+
+// Tests that move the time zone put it back, so the rest run in UTC.
+class FormattingInZone : public ::testing::Test {
+protected:
+  void TearDown() override { testenv::setTimeZone("UTC"); }
+};
+
+// ---- Size texts ----
+
+struct SizeRow {
+  double bytes;
+  const char *text;
+};
+
+void PrintTo(const SizeRow &row, std::ostream *out) {
+  *out << row.bytes << " bytes";
+}
+
+class SizeText : public ::testing::TestWithParam<SizeRow> {};
+
+TEST_P(SizeText, UtilsAndCommonFuncAgree) {
+  const SizeRow row = GetParam();
+  EXPECT_EQ(Utils::sharedUtils().unitStringFromBytes(row.bytes, 0), QString::fromUtf8(row.text))
+      << "bytes=" << row.bytes;
+  EXPECT_EQ(CommonFunc::getSizeInUnits(row.bytes), QString::fromUtf8(row.text))
+      << "bytes=" << row.bytes;
+}
+
+INSTANTIATE_TEST_SUITE_P(UnitBorders, SizeText,
+                         ::testing::Values(SizeRow{0, "0 bytes"}, SizeRow{1, "1 bytes"},
+                                           SizeRow{512, "512 bytes"}, SizeRow{993, "993 bytes"},
+                                           SizeRow{993.5, "0.97 KB"}, SizeRow{994, "0.97 KB"},
+                                           SizeRow{999, "0.97 KB"}, SizeRow{1000, "1.00 KB"},
+                                           SizeRow{1999, "1.99 KB"}, SizeRow{999000, "0.97 MB"},
+                                           SizeRow{993000, "993.00 KB"}, SizeRow{993500, "0.97 MB"},
+                                           SizeRow{999500, "0.97 MB"}, SizeRow{1000000, "1.00 MB"},
+                                           SizeRow{1234567, "1.23 MB"}, SizeRow{5e9, "5.00 GB"},
+                                           SizeRow{999.5e9, "0.97 TB"}, SizeRow{1e12, "1.00 TB"},
+                                           SizeRow{2.5e12, "2.50 TB"}));
+
+// Past the largest unit the number grows in TB instead of inventing a unit.
+INSTANTIATE_TEST_SUITE_P(BeyondTerabytes, SizeText,
+                         ::testing::Values(SizeRow{995e12, "995.00 TB"},
+                                           SizeRow{1e15, "1000.00 TB"},
+                                           SizeRow{1.5e15, "1500.00 TB"}));
+
+TEST(SizeTextFlags, FlagsAreIgnored) {
+  EXPECT_EQ(Utils::sharedUtils().unitStringFromBytes(1234567, 7), QStringLiteral("1.23 MB"));
+}
+
+// ---- Duration texts ----
+
+struct DurationRow {
+  qint64 seconds;
+  const char *text;
+};
+
+void PrintTo(const DurationRow &row, std::ostream *out) {
+  *out << row.seconds << " seconds";
+}
+
+class DurationText : public ::testing::TestWithParam<DurationRow> {};
+
+TEST_P(DurationText, HoursMinutesSeconds) {
+  const DurationRow row = GetParam();
+  EXPECT_EQ(Utils::sharedUtils().timeFormattedString(row.seconds), QString::fromUtf8(row.text))
+      << "seconds=" << row.seconds;
+}
+
+// Under an hour the text begins with a blank: the screens and the log rely on it.
+INSTANTIATE_TEST_SUITE_P(
+    Bands, DurationText,
+    ::testing::Values(DurationRow{0, ""}, DurationRow{1, " 1 second"},
+                      DurationRow{45, " 45 seconds"}, DurationRow{59, " 59 seconds"},
+                      DurationRow{60, " 1 minute 0 seconds"}, DurationRow{61, " 1 minute 1 second"},
+                      DurationRow{120, " 2 minutes 0 seconds"},
+                      DurationRow{3599, " 59 minutes 59 seconds"},
+                      DurationRow{3600, "1 hour 0 minutes 0 seconds"},
+                      DurationRow{3661, "1 hour 1 minute 1 second"},
+                      DurationRow{7322, "2 hours 2 minutes 2 seconds"},
+                      DurationRow{90061, "25 hours 1 minute 1 second"}, DurationRow{-5, ""}));
+
+TEST(Duration, BetweenDatesDropsTheFraction) {
+  const QDateTime start = utc(2024, 3, 5, 10, 0, 0, 250);
+  EXPECT_EQ(Utils::getDurationBetweenDate(start, start), 0);
+  EXPECT_EQ(Utils::getDurationBetweenDate(start, start.addMSecs(999)), 0);
+  EXPECT_EQ(Utils::getDurationBetweenDate(start, start.addMSecs(1000)), 1);
+  EXPECT_EQ(Utils::getDurationBetweenDate(start, start.addMSecs(1999)), 1);
+  EXPECT_EQ(Utils::getDurationBetweenDate(start, start.addSecs(3661).addMSecs(900)), 3661);
+  // An end before the start truncates towards zero, not downwards.
+  EXPECT_EQ(Utils::getDurationBetweenDate(start, start.addMSecs(-1500)), -1);
+  EXPECT_EQ(Utils::getDurationBetweenDate(start, start.addDays(2)), 172800);
+  EXPECT_EQ(Utils::getDurationBetweenDate(QDateTime(), start), 0);
+}
+
+// ---- Date patterns ----
+
+TEST(DatePatterns, WeekYearAcrossNewYear) {
+  // In en_US the week of Sunday 29 December 2024 is the first week of 2025.
+  EXPECT_EQ(Utils::getDateStringFromDate(utc(2024, 12, 30), "MM-dd-YYYY"),
+            QStringLiteral("12-30-2025"));
+  EXPECT_EQ(Utils::getDateStringFromDate(utc(2024, 12, 31), "MMddYYYY"),
+            QStringLiteral("12312025"));
+  EXPECT_EQ(Utils::getDateStringFromDate(utc(2024, 12, 28), "MM-dd-YYYY"),
+            QStringLiteral("12-28-2024"));
+  EXPECT_EQ(Utils::getDateStringFromDate(utc(2024, 12, 30), "MM-dd-yyyy"),
+            QStringLiteral("12-30-2024"));
+}
+
+TEST(DatePatterns, StartTimeAndLogNamePatterns) {
+  const QDateTime afternoon = utc(2024, 3, 5, 14, 7, 5);
+  EXPECT_EQ(Utils::getDateStringFromDate(afternoon, "hh:mm:s a"), QStringLiteral("02:07:5 PM"));
+  EXPECT_EQ(Utils::getDateStringFromDate(afternoon, "hhmms a"), QStringLiteral("02075 PM"));
+  EXPECT_EQ(Utils::getDateStringFromDate(afternoon, "MMddYYYY hhmms a"),
+            QStringLiteral("03052024 02075 PM"));
+  EXPECT_EQ(Utils::getDateStringFromDate(utc(2024, 3, 5, 0, 30, 42), "MM-dd-YYYY hh:mm:s a"),
+            QStringLiteral("03-05-2024 12:30:42 AM"));
+  EXPECT_EQ(Utils::getDateStringFromDate(QDateTime(), "MM-dd-YYYY"), QString());
+}
+
+TEST_F(FormattingInZone, PatternsUseTheCurrentTimeZone) {
+  const QDateTime instant = utc(2024, 12, 31, 23, 30, 0);
+  EXPECT_EQ(Utils::getDateStringFromDate(instant, "MM-dd HH:mm"), QStringLiteral("12-31 23:30"));
+  EXPECT_EQ(Utils::getDateInFormatNEW(instant), QStringLiteral("20241231T2330"));
+  testenv::setTimeZone("Asia/Tokyo");
+  EXPECT_EQ(Utils::getDateStringFromDate(instant, "MM-dd HH:mm"), QStringLiteral("01-01 08:30"));
+  EXPECT_EQ(Utils::getDateInFormatNEW(instant), QStringLiteral("20250101T0830"));
+}
+
+TEST(DatePatterns, DateInFormatNewPadsEveryField) {
+  EXPECT_EQ(Utils::getDateInFormatNEW(utc(2024, 3, 5, 4, 7, 59)), QStringLiteral("20240305T0407"));
+  EXPECT_EQ(Utils::getDateInFormatNEW(utc(987, 1, 2, 3, 4)), QStringLiteral("09870102T0304"));
+  EXPECT_EQ(Utils::getDateInFormatNEW(QDateTime()), QString());
+}
+
+// ---- CommonFunc dates ----
+
+TEST(CommonFuncDates, MetadataDateRoundTrip) {
+  const QDateTime taken = CommonFunc::getDateFromString("2024:03:05 14:07:09");
+  ASSERT_TRUE(taken.isValid());
+  EXPECT_EQ(taken.toUTC(), utc(2024, 3, 5, 14, 7, 9));
+  EXPECT_EQ(CommonFunc::getStringFromDate(taken), QStringLiteral("Mar 05, 2024"));
+  EXPECT_EQ(CommonFunc::getDateTimeStringFromDate(taken),
+            QStringLiteral("Mar 05, 2024 02:07:09 PM"));
+}
+
+TEST(CommonFuncDates, TwelveHourFormWithoutMarkerIsMorning) {
+  const QDateTime date = CommonFunc::getDateFromString1("03/05/2024 02:07:09");
+  ASSERT_TRUE(date.isValid());
+  EXPECT_EQ(date.toUTC(), utc(2024, 3, 5, 2, 7, 9));
+  EXPECT_EQ(CommonFunc::getDateFromString1("12/31/2024 12:00:00").toUTC(), utc(2024, 12, 31));
+}
+
+TEST(CommonFuncDates, RejectsWhatDoesNotParse) {
+  for (const char *text : {"", "garbage", "2024-03-05 14:07:09", "2024:03:05",
+                           "2024:13:05 14:07:09", "2024:02:30 10:00:00", "0000:00:00 00:00:00",
+                           "2024:03:05 14:07:09x", "2024:03:05 25:00:00"})
+    EXPECT_FALSE(CommonFunc::getDateFromString(QString::fromUtf8(text)).isValid()) << text;
+  for (const char *text : {"", "2024:03:05 14:07:09", "13/05/2024 02:07:09", "03/05/2024"})
+    EXPECT_FALSE(CommonFunc::getDateFromString1(QString::fromUtf8(text)).isValid()) << text;
+  EXPECT_EQ(CommonFunc::getStringFromDate(QDateTime()), QString());
+  EXPECT_EQ(CommonFunc::getDateTimeStringFromDate(QDateTime()), QString());
+}
+
+TEST_F(FormattingInZone, MetadataDatesAreLocalTime) {
+  testenv::setTimeZone("America/New_York");
+  const QDateTime taken = CommonFunc::getDateFromString("2024:07:01 09:15:00");
+  ASSERT_TRUE(taken.isValid());
+  EXPECT_EQ(taken.toUTC(), utc(2024, 7, 1, 13, 15, 0)); // EDT is UTC-4
+  EXPECT_EQ(CommonFunc::getDateTimeStringFromDate(taken),
+            QStringLiteral("Jul 01, 2024 09:15:00 AM"));
+}
+
+} // namespace
