@@ -425,6 +425,7 @@ void readJfif(Exiv2::BasicIo &io, QVariantMap &dict) {
 
 struct ExivResult {
   bool opened = false;
+  bool hadExif = false;
   int pixelWidth = 0;
   int pixelHeight = 0;
 };
@@ -442,6 +443,7 @@ ExivResult readMetadata(Exiv2::Image::AutoPtr image, QVariantMap &dict) {
   try {
     result.pixelWidth = image->pixelWidth();
     result.pixelHeight = image->pixelHeight();
+    result.hadExif = !image->exifData().empty();
     readExif(image->exifData(), dict);
     readIptc(image->iptcData(), dict);
     readXmp(image->xmpData(), dict);
@@ -577,6 +579,31 @@ void exifResolution(QVariantMap &dict) {
   dict.insert(QStringLiteral("DPIHeight"), y.toDouble() * factor);
 }
 
+// The EXIF block libvips found, for containers Exiv2 0.27 does not read (libheif's HEIF
+// files keep it behind an offset Exiv2 does not follow).
+void readExifBlob(VipsImage *image, QVariantMap &dict) {
+  if (!vips_image_get_typeof(image, VIPS_META_EXIF_NAME))
+    return;
+  const void *data = nullptr;
+  size_t length = 0;
+  if (vips_image_get_blob(image, VIPS_META_EXIF_NAME, &data, &length) != 0 || !data)
+    return;
+  const auto *bytes = static_cast<const Exiv2::byte *>(data);
+  // The TIFF header may follow an "Exif\0\0" marker or a 4-byte offset.
+  size_t start = 0;
+  while (start + 4 <= length && start < 16 && std::memcmp(bytes + start, "II*", 4) != 0 &&
+         std::memcmp(bytes + start, "MM\0*", 4) != 0)
+    ++start;
+  if (start + 8 > length || start >= 16)
+    return;
+  try {
+    Exiv2::ExifData exif;
+    Exiv2::ExifParser::decode(exif, bytes + start, uint32_t(length - start));
+    readExif(exif, dict);
+  } catch (...) {
+  }
+}
+
 bool usableLoader(const char *loader) {
   // ImageMagick would decode whole camera files (and more) just to answer for a header.
   return loader && std::strncmp(loader, "VipsForeignLoadMagick", 21) != 0;
@@ -643,7 +670,6 @@ std::optional<QVariantMap> read(const QString *path, const QByteArray *bytes) {
   } catch (...) {
   }
 
-  exifResolution(dict);
   bool haveHeader = false;
   bool decodedTurned = false;
   const char *loader = nullptr;
@@ -656,6 +682,8 @@ std::optional<QVariantMap> read(const QString *path, const QByteArray *bytes) {
         readHeader(image.get(), dict, false);
         haveHeader = true;
         decodedTurned = std::strstr(loader, "Heif") != nullptr;
+        if (decodedTurned && !exiv.hadExif)
+          readExifBlob(image.get(), dict);
       }
     }
   } else if (!bytes->isEmpty()) {
@@ -667,10 +695,13 @@ std::optional<QVariantMap> read(const QString *path, const QByteArray *bytes) {
         readHeader(image.get(), dict, false);
         haveHeader = true;
         decodedTurned = std::strstr(loader, "Heif") != nullptr;
+        if (decodedTurned && !exiv.hadExif)
+          readExifBlob(image.get(), dict);
       }
     }
   }
   vips_error_clear();
+  exifResolution(dict);
 
   if (!haveHeader) {
     int width = 0, height = 0, flip = 0;
