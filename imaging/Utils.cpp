@@ -14,28 +14,33 @@ QString Utils::unitStringFromBytes(double bytes, int /*flags*/) {
   static const std::array<const char *, 5> units = {"bytes", "KB", "MB", "GB", "TB"};
   const std::size_t last = units.size() - 1;
 
-  double value = bytes;
+  // divisor = 1000^unit. Past the largest unit the number keeps growing instead of
+  // running off the table.
+  double divisor = 1;
   std::size_t unit = 0;
-  // Past the largest unit the number keeps growing instead of running off the table.
-  while (value >= 1000 && unit < last) {
-    value /= 1000;
+  while (bytes >= divisor * 1000 && unit < last) {
+    divisor *= 1000;
     ++unit;
   }
-  if (value == 0)
+  if (bytes == 0)
     return QStringLiteral("0 %1").arg(QLatin1String(units[unit]));
 
-  value = std::floor(value * 100) / 100;
+  // Truncated to two decimals in decimal terms: dividing by 1000 first and then
+  // scaling by 100 would turn 4,100,000 bytes into 4.0999... MB and show "4.09 MB".
+  const double hundredths =
+      unit == 0 ? std::floor(bytes * 100) : std::floor(bytes / (divisor / 100));
+  double value = hundredths / 100;
 
-  // Values just under the next unit are shown as a fraction of it. The loop above leaves
-  // only the first band reachable, but all three are the established rule.
+  // Values just under the next unit are shown as a fraction of it. The unit search above
+  // leaves only the first band reachable, but all three are the established rule.
   if (unit < last) {
-    if (value > 993 && value <= 1003) {
+    if (hundredths > 99300 && hundredths <= 100300) {
       value = 0.97;
       ++unit;
-    } else if (value > 1003 && value <= 1013) {
+    } else if (hundredths > 100300 && hundredths <= 101300) {
       value = 0.98;
       ++unit;
-    } else if (value > 1013 && value <= 1024) {
+    } else if (hundredths > 101300 && hundredths <= 102400) {
       value = 0.99;
       ++unit;
     }

@@ -42,6 +42,9 @@ TEST_P(SizeText, UtilsAndCommonFuncAgree) {
       << "bytes=" << row.bytes;
 }
 
+// Just under a unit (above 993 of the smaller one) the text is 0.97 of the larger one, so
+// 994 and 999 bytes both read "0.97 KB". 1,150,000 and 4,100,000 catch a truncation done
+// in binary fractions (1.149999... MB would show "1.14 MB").
 INSTANTIATE_TEST_SUITE_P(UnitBorders, SizeText,
                          ::testing::Values(SizeRow{0, "0 bytes"}, SizeRow{1, "1 bytes"},
                                            SizeRow{512, "512 bytes"}, SizeRow{993, "993 bytes"},
@@ -50,9 +53,10 @@ INSTANTIATE_TEST_SUITE_P(UnitBorders, SizeText,
                                            SizeRow{1999, "1.99 KB"}, SizeRow{999000, "0.97 MB"},
                                            SizeRow{993000, "993.00 KB"}, SizeRow{993500, "0.97 MB"},
                                            SizeRow{999500, "0.97 MB"}, SizeRow{1000000, "1.00 MB"},
-                                           SizeRow{1234567, "1.23 MB"}, SizeRow{5e9, "5.00 GB"},
-                                           SizeRow{999.5e9, "0.97 TB"}, SizeRow{1e12, "1.00 TB"},
-                                           SizeRow{2.5e12, "2.50 TB"}));
+                                           SizeRow{1150000, "1.15 MB"}, SizeRow{4100000, "4.10 MB"},
+                                           SizeRow{4109999, "4.10 MB"}, SizeRow{1234567, "1.23 MB"},
+                                           SizeRow{5e9, "5.00 GB"}, SizeRow{999.5e9, "0.97 TB"},
+                                           SizeRow{1e12, "1.00 TB"}, SizeRow{2.5e12, "2.50 TB"}));
 
 // Past the largest unit the number grows in TB instead of inventing a unit.
 INSTANTIATE_TEST_SUITE_P(BeyondTerabytes, SizeText,
