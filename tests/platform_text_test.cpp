@@ -78,6 +78,14 @@ TEST_F(DateFormatTest, FollowsTheTimeZoneOfTheMoment) {
   testenv::setTimeZone(":Europe/Paris");
   EXPECT_EQ(DateFormat::format(instant, pattern), "2024-07-01 14:00");
 
+  // A POSIX rule has no zone name; the C library's offsets are followed, summer and winter.
+  testenv::setTimeZone("CET-1CEST,M3.5.0,M10.5.0/3");
+  EXPECT_EQ(DateFormat::format(instant, pattern), "2024-07-01 14:00");
+  EXPECT_EQ(DateFormat::format(utc(2024, 1, 15, 12), pattern), "2024-01-15 13:00");
+  EXPECT_EQ(DateFormat::parse(QStringLiteral("2024-07-01 14:00"), pattern).toUTC(), instant);
+  EXPECT_EQ(DateFormat::parse(QStringLiteral("2024-01-15 13:00"), pattern).toUTC(),
+            utc(2024, 1, 15, 12));
+
   testenv::setTimeZone("UTC");
   EXPECT_EQ(DateFormat::format(instant, pattern), "2024-07-01 12:00");
 }
@@ -103,7 +111,10 @@ TEST(PropertyListTest, NestedDictionaryRoundTrip) {
   dictionary.insert(QStringLiteral("empty map"), QVariantMap());
 
   QString error;
+  testenv::setTimeZone("America/Los_Angeles");
   ASSERT_TRUE(PropertyList::writeDictionary(path, dictionary, &error)) << error.toStdString();
+  testenv::setTimeZone("UTC");
+  EXPECT_TRUE(PropertyList::toXml(dictionary).contains("<date>2023-05-06T07:08:09Z</date>"));
   QVariantMap read;
   ASSERT_TRUE(PropertyList::readDictionary(path, &read, &error)) << error.toStdString();
 
@@ -133,9 +144,12 @@ TEST(PropertyListTest, NestedDictionaryRoundTrip) {
 TEST(PropertyListTest, ReadsHandWrittenXml) {
   QVariantMap read;
   QString error;
-  ASSERT_TRUE(PropertyList::readDictionary(
-      testenv::dataDir() + QStringLiteral("/platform/handwritten.plist"), &read, &error))
-      << error.toStdString();
+  // Dates in the file are UTC whatever the local zone is.
+  testenv::setTimeZone("Asia/Tokyo");
+  const bool parsed = PropertyList::readDictionary(
+      testenv::dataDir() + QStringLiteral("/platform/handwritten.plist"), &read, &error);
+  testenv::setTimeZone("UTC");
+  ASSERT_TRUE(parsed) << error.toStdString();
   EXPECT_EQ(read.value(QStringLiteral("CFBundleIdentifier")).toString(), "org.quillmere.Quillmere");
   EXPECT_EQ(read.value(QStringLiteral("Width")).toLongLong(), 4032);
   EXPECT_DOUBLE_EQ(read.value(QStringLiteral("Ratio")).toDouble(), 1.5);
