@@ -75,9 +75,13 @@ VImage coordinates(const VImage &image) {
   return VImage::xyz(image.width(), image.height()).cast(VIPS_FORMAT_FLOAT);
 }
 
-// Samples image at the coordinates; points outside take the nearest edge pixel.
+// Samples image at the coordinates; points outside take the nearest edge pixel (libvips'
+// own extend mode covers only the interpolator's margin, so the points are clamped first).
 VImage remap(const VImage &image, const VImage &coords, const char *interpolator = "bilinear") {
-  return image.mapim(coords,
+  const std::vector<double> last = {double(image.width() - 1), double(image.height() - 1)};
+  const VImage low = (coords < 0.0).ifthenelse(0.0, coords);
+  const VImage clamped = (low > last).ifthenelse(last, low);
+  return image.mapim(clamped,
                      VImage::option()
                          ->set("interpolate", vips::VInterpolate::new_from_name(interpolator))
                          ->set("extend", VIPS_EXTEND_COPY));

@@ -1,0 +1,404 @@
+#include "platform/ImageFilterRegistry.h"
+#include "tests/support/TestEnv.h"
+
+#include <QPointF>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <set>
+
+using platform::ImageFilterRegistry;
+using vips::VImage;
+
+namespace {
+
+const QString kSample = QStringLiteral("jpg/orientation/landscape_1.jpg"); // 600 x 450 sRGB
+
+// The sample photo, decoded once (read in place: nothing is written there).
+const VImage &sample() {
+  static const VImage image =
+      VImage::new_from_file(
+          (testenv::photosDir() + QLatin1Char('/') + kSample).toUtf8().constData())
+          .copy_memory();
+  return image;
+}
+
+VImage toFloat(const VImage &image) {
+  return image.cast(VIPS_FORMAT_FLOAT);
+}
+
+// Mean absolute Laplacian: the energy of fine detail.
+double highFrequency(const VImage &image) {
+  const VImage laplacian =
+      VImage::new_matrixv(3, 3, 0.0, -1.0, 0.0, -1.0, 4.0, -1.0, 0.0, -1.0, 0.0);
+  return toFloat(image)
+      .conv(laplacian, VImage::option()->set("precision", VIPS_PRECISION_FLOAT))
+      .abs()
+      .avg();
+}
+
+// Mean absolute difference between horizontally (dx = 1) or vertically adjacent pixels.
+double gradient(const VImage &image, bool horizontal) {
+  const int dx = horizontal ? 1 : 0, dy = horizontal ? 0 : 1;
+  const int w = image.width() - dx, h = image.height() - dy;
+  return (toFloat(image.crop(0, 0, w, h)) - image.crop(dx, dy, w, h)).abs().avg();
+}
+
+// Share of pixels whose every band equals the pixel to their right.
+double equalNeighbourShare(const VImage &image) {
+  const int w = image.width() - 1, h = image.height();
+  return (image.crop(0, 0, w, h) == image.crop(1, 0, w, h)).bandand().avg() / 255.0;
+}
+
+VImage region(const VImage &image, int left, int top, int width, int height) {
+  return image.crop(left, top, width, height);
+}
+
+double meanAbsDiff(const VImage &a, const VImage &b) {
+  return (toFloat(a) - b).abs().avg();
+}
+
+double maxAbsDiff(const VImage &a, const VImage &b) {
+  return (toFloat(a) - b).abs().max();
+}
+
+// The four 40 x 40 corners, out of reach of a centred radius of 300 on the sample.
+double cornerChange(const VImage &source, const VImage &out) {
+  const int w = source.width(), h = source.height(), s = 40;
+  double worst = 0;
+  for (const auto &[x, y] : {std::pair{0, 0}, {w - s, 0}, {0, h - s}, {w - s, h - s}})
+    worst = std::max(worst, maxAbsDiff(region(source, x, y, s, s), region(out, x, y, s, s)));
+  return worst;
+}
+
+// A 120 x 120 box around the centre.
+double centreChange(const VImage &source, const VImage &out) {
+  const int x = source.width() / 2 - 60, y = source.height() / 2 - 60;
+  return meanAbsDiff(region(source, x, y, 120, 120), region(out, x, y, 120, 120));
+}
+
+using Check = std::function<void(const VImage &source, const VImage &out)>;
+
+struct FilterCase {
+  const char *name;
+  QVariantMap parameters;
+  Check check;
+};
+
+void PrintTo(const FilterCase &c, std::ostream *os) {
+  *os << c.name;
+}
+
+void blurs(const VImage &source, const VImage &out, double ratio) {
+  EXPECT_LT(highFrequency(out), ratio * highFrequency(source));
+  EXPECT_NEAR(out.avg(), source.avg(), 2.0);
+}
+
+void distortsCentreOnly(const VImage &source, const VImage &out) {
+  EXPECT_EQ(cornerChange(source, out), 0.0);
+  EXPECT_GT(centreChange(source, out), 4.0);
+}
+
+const std::vector<FilterCase> &cases() {
+  static const std::vector<FilterCase> table = {
+      {"CIGaussianBlur", {}, [](auto &s, auto &o) { blurs(s, o, 0.2); }},
+      {"CIBoxBlur", {}, [](auto &s, auto &o) { blurs(s, o, 0.2); }},
+      {"CIDiscBlur", {}, [](auto &s, auto &o) { blurs(s, o, 0.2); }},
+      {"CIMedianFilter", {}, [](auto &s, auto &o) { blurs(s, o, 0.9); }},
+      {"CIMotionBlur",
+       {},
+       [](auto &s, auto &o) {
+         // Angle 0 smears along x: horizontal detail goes, vertical detail largely stays.
+         const double alongX = gradient(o, true) / gradient(s, true);
+         const double alongY = gradient(o, false) / gradient(s, false);
+         EXPECT_LT(alongX, 0.3);
+         EXPECT_GT(alongY, 2 * alongX);
+         EXPECT_NEAR(o.avg(), s.avg(), 2.0);
+       }},
+      {"CIZoomBlur",
+       {{QStringLiteral("inputAmount"), 40}},
+       [](auto &s, auto &o) {
+         blurs(s, o, 0.7);
+         // Streaks grow with the distance from the centre: the middle keeps its detail best.
+         const auto kept = [&](int x, int y) {
+           return highFrequency(region(o, x, y, 80, 80)) / highFrequency(region(s, x, y, 80, 80));
+         };
+         EXPECT_GT(kept(260, 185), 2 * kept(0, 0));
+         EXPECT_GT(kept(260, 185), 2 * kept(520, 370));
+       }},
+      {"CIPixellate",
+       {{QStringLiteral("inputCenter"), QPointF(4, 4)}, {QStringLiteral("inputScale"), 8}},
+       [](auto &s, auto &o) {
+         // A block centred on (4, 4) puts block edges on multiples of 8; each block is flat
+         // and holds its area's mean.
+         const VImage aligned = o.crop(0, 0, 600, 448);
+         EXPECT_EQ(maxAbsDiff(aligned, aligned.shrink(8, 8).zoom(8, 8)), 0.0);
+         EXPECT_LE(maxAbsDiff(aligned.shrink(8, 8), s.crop(0, 0, 600, 448).shrink(8, 8)), 1.0);
+       }},
+      {"CICrystallize",
+       {},
+       [](auto &s, auto &o) {
+         EXPECT_LT(equalNeighbourShare(s), 0.5);
+         EXPECT_GT(equalNeighbourShare(o), 0.85);
+         EXPECT_NEAR(o.avg(), s.avg(), 10.0);
+       }},
+      {"CIPointillize",
+       {},
+       [](auto &s, auto &o) {
+         const double paper = (o == 255).bandand().avg() / 255.0;
+         EXPECT_GT(paper, 0.1);
+         EXPECT_LT(paper, 0.45);
+         EXPECT_GT(paper, (s == 255).bandand().avg() / 255.0 + 0.1);
+         EXPECT_GT(equalNeighbourShare(o), 0.85);
+       }},
+      {"CIEdges",
+       {},
+       [](auto &s, auto &o) {
+         EXPECT_LT(o.avg(), 0.5 * s.avg());
+         // Where the photo has detail, the edges are lighter than where it is smooth.
+         const VImage detail = toFloat(s).colourspace(VIPS_INTERPRETATION_B_W).sobel() > 40;
+         const double onDetail = detail.ifthenelse(o.colourspace(VIPS_INTERPRETATION_B_W), 0).avg();
+         EXPECT_GT(onDetail / std::max(detail.avg(), 1.0),
+                   o.colourspace(VIPS_INTERPRETATION_B_W).avg() / 255.0);
+       }},
+      {"CIBloom",
+       {},
+       [](auto &s, auto &o) {
+         EXPECT_GE((toFloat(o) - s).min(), -1.0);
+         EXPECT_GT(o.avg(), s.avg() + 2);
+         EXPECT_LT(highFrequency(o), highFrequency(s));
+       }},
+      {"CIGloom",
+       {},
+       [](auto &s, auto &o) {
+         EXPECT_LE((toFloat(o) - s).max(), 1.0);
+         EXPECT_LT(o.avg(), s.avg() - 2);
+       }},
+      {"CIBumpDistortion", {}, distortsCentreOnly},
+      {"CIPinchDistortion", {}, distortsCentreOnly},
+      {"CITwirlDistortion", {}, distortsCentreOnly},
+      {"CIVortexDistortion", {}, distortsCentreOnly},
+      {"CICircleSplashDistortion",
+       {},
+       [](auto &s, auto &o) {
+         // Inside the circle nothing moves; outside, the rim is stretched to the corners.
+         const int x = 300 - 100, y = 225 - 100;
+         EXPECT_EQ(maxAbsDiff(region(s, x, y, 200, 200), region(o, x, y, 200, 200)), 0.0);
+         EXPECT_GT(meanAbsDiff(region(s, 0, 0, 60, 60), region(o, 0, 0, 60, 60)), 4.0);
+       }},
+      {"CIColorControls",
+       {{QStringLiteral("inputBrightness"), 0.2}},
+       [](auto &s, auto &o) { EXPECT_NEAR(o.avg() - s.avg(), 0.2 * 255, 8.0); }},
+      {"CISepiaTone",
+       {},
+       [](auto &, auto &o) {
+         const auto bands = o.bandsplit();
+         EXPECT_GT(bands[0].avg(), bands[1].avg());
+         EXPECT_GT(bands[1].avg(), bands[2].avg());
+       }},
+      {"CIColorInvert",
+       {},
+       [](auto &s, auto &o) {
+         EXPECT_EQ((toFloat(o) + s).min(), 255.0);
+         EXPECT_EQ((toFloat(o) + s).max(), 255.0);
+       }},
+      {"CIUnsharpMask",
+       {},
+       [](auto &s, auto &o) {
+         EXPECT_GT(highFrequency(o), 1.2 * highFrequency(s));
+         EXPECT_NEAR(o.avg(), s.avg(), 2.0);
+       }},
+  };
+  return table;
+}
+
+class FilterOnPhoto : public ::testing::TestWithParam<FilterCase> {};
+
+TEST_P(FilterOnPhoto, ChangesThePhotoAsItsNameSays) {
+  const FilterCase &c = GetParam();
+  const auto result =
+      ImageFilterRegistry::builtIn().apply(QString::fromLatin1(c.name), sample(), c.parameters);
+  ASSERT_TRUE(result.ok) << result.message.toStdString();
+  const VImage out = result.image.copy_memory();
+  EXPECT_EQ(out.width(), sample().width());
+  EXPECT_EQ(out.height(), sample().height());
+  EXPECT_EQ(out.bands(), sample().bands());
+  EXPECT_EQ(out.format(), sample().format());
+  c.check(sample(), out);
+}
+
+INSTANTIATE_TEST_SUITE_P(BuiltIn, FilterOnPhoto, ::testing::ValuesIn(cases()),
+                         [](const auto &info) { return std::string(info.param.name); });
+
+TEST(FilterLibrary, EveryListedFilterHasAPhotoCheckAndSaneAttributes) {
+  std::set<std::string> checked;
+  for (const auto &c : cases())
+    checked.insert(c.name);
+  const auto &library = ImageFilterRegistry::builtIn();
+  for (const QString &name : library.filterNames()) {
+    SCOPED_TRACE(name.toStdString());
+    EXPECT_TRUE(checked.count(name.toStdString()));
+    const QVariantMap attributes = library.attributes(name);
+    EXPECT_EQ(attributes.value(platform::kCIAttributeFilterName).toString(), name);
+    EXPECT_FALSE(attributes.value(platform::kCIAttributeFilterDisplayName).toString().isEmpty());
+    EXPECT_TRUE(attributes.value(platform::kCIAttributeFilterCategories)
+                    .toStringList()
+                    .contains(platform::kCICategoryBuiltIn));
+    for (const auto &parameter : library.definition(name)->parameters) {
+      if (parameter.type == platform::kCIAttributeTypePosition)
+        continue;
+      const double value = parameter.defaultValue.toDouble();
+      EXPECT_GE(value, parameter.minimum) << parameter.name.toStdString();
+      EXPECT_LE(value, parameter.maximum) << parameter.name.toStdString();
+    }
+  }
+  EXPECT_EQ(library.filterNames().size(), qsizetype(cases().size()));
+}
+
+TEST(FilterLibrary, CategoriesListTheirFilters) {
+  const auto &library = ImageFilterRegistry::builtIn();
+  EXPECT_TRUE(library.filterNamesInCategory(platform::kCICategoryBlur)
+                  .contains(QStringLiteral("CIZoomBlur")));
+  EXPECT_TRUE(library.filterNamesInCategory(platform::kCICategoryDistortionEffect)
+                  .contains(QStringLiteral("CITwirlDistortion")));
+  EXPECT_TRUE(library.filterNamesInCategory(platform::kCICategoryStylize)
+                  .contains(QStringLiteral("CIPixellate")));
+  EXPECT_TRUE(library.filterNamesInCategory(QStringLiteral("CICategoryNoSuchThing")).isEmpty());
+  EXPECT_TRUE(library.attributes(QStringLiteral("CINoSuchFilter")).isEmpty());
+}
+
+TEST(FilterLibrary, BadRequestsFailWithAMessage) {
+  const auto &library = ImageFilterRegistry::builtIn();
+  const VImage small = sample().crop(0, 0, 32, 32);
+  const auto expectFailure = [&](const QString &name, const VImage &image,
+                                 const QVariantMap &parameters) {
+    const auto result = library.apply(name, image, parameters);
+    EXPECT_FALSE(result.ok);
+    EXPECT_FALSE(result.message.isEmpty());
+  };
+  expectFailure(QStringLiteral("CINoSuchFilter"), small, {});
+  expectFailure(QStringLiteral("CIGaussianBlur"), VImage(), {});
+  expectFailure(QStringLiteral("CIGaussianBlur"), small, {{QStringLiteral("inputRadiu"), 3}});
+  expectFailure(QStringLiteral("CIGaussianBlur"), small,
+                {{QStringLiteral("inputRadius"), QStringLiteral("3")}});
+  expectFailure(QStringLiteral("CIGaussianBlur"), small,
+                {{QStringLiteral("inputRadius"), qQNaN()}});
+  expectFailure(QStringLiteral("CITwirlDistortion"), small, {{QStringLiteral("inputCenter"), 5}});
+  expectFailure(QStringLiteral("CITwirlDistortion"), small,
+                {{QStringLiteral("inputCenter"), QVariantList{1, QStringLiteral("x")}}});
+}
+
+TEST(FilterLibrary, PositionsAsListsAndOutOfRangeValuesAreAccepted) {
+  const auto &library = ImageFilterRegistry::builtIn();
+  const auto asList = library.apply(QStringLiteral("CIPixellate"), sample(),
+                                    {{QStringLiteral("inputCenter"), QVariantList{4, 4}}});
+  const auto asPoint = library.apply(QStringLiteral("CIPixellate"), sample(),
+                                     {{QStringLiteral("inputCenter"), QPointF(4, 4)}});
+  ASSERT_TRUE(asList.ok && asPoint.ok);
+  EXPECT_EQ(maxAbsDiff(asList.image, asPoint.image), 0.0);
+
+  // A radius above the maximum is clamped to it, not refused.
+  const auto huge = library.apply(QStringLiteral("CIGaussianBlur"), sample().crop(0, 0, 64, 64),
+                                  {{QStringLiteral("inputRadius"), 1e6}});
+  const auto top = library.apply(QStringLiteral("CIGaussianBlur"), sample().crop(0, 0, 64, 64),
+                                 {{QStringLiteral("inputRadius"), 100}});
+  ASSERT_TRUE(huge.ok && top.ok);
+  EXPECT_EQ(maxAbsDiff(huge.image, top.image), 0.0);
+}
+
+TEST(FilterLibrary, AlphaAndSixteenBitImagesKeepTheirShape) {
+  const auto &library = ImageFilterRegistry::builtIn();
+  const VImage small = sample().crop(100, 100, 120, 90);
+  const VImage alpha = small.bandjoin(small.new_from_image({128}).extract_band(0));
+  for (const char *name :
+       {"CIGaussianBlur", "CIEdges", "CIColorControls", "CIColorInvert", "CITwirlDistortion"}) {
+    SCOPED_TRACE(name);
+    const auto result = library.apply(QString::fromLatin1(name), alpha, {});
+    ASSERT_TRUE(result.ok) << result.message.toStdString();
+    EXPECT_EQ(result.image.bands(), 4);
+    EXPECT_EQ(result.image.format(), VIPS_FORMAT_UCHAR);
+  }
+  // Colour filters leave the alpha band exactly as it was.
+  const auto inverted = library.apply(QStringLiteral("CIColorInvert"), alpha);
+  EXPECT_EQ(maxAbsDiff(inverted.image[3], alpha[3]), 0.0);
+
+  const VImage deep = small.cast(VIPS_FORMAT_USHORT, VImage::option()->set("shift", true))
+                          .copy(VImage::option()->set("interpretation", VIPS_INTERPRETATION_RGB16));
+  const auto blurred = library.apply(QStringLiteral("CIGaussianBlur"), deep);
+  ASSERT_TRUE(blurred.ok);
+  EXPECT_EQ(blurred.image.format(), VIPS_FORMAT_USHORT);
+  EXPECT_NEAR(blurred.image.avg(), deep.avg(), deep.avg() * 0.01);
+}
+
+TEST(FilterLibrary, MovingAndAveragingFiltersKeepAFlatImageFlat) {
+  // Every sample of a flat image, inside the picture or clamped at its edge, has its colour.
+  const VImage flat = sample().new_from_image({90, 140, 200});
+  for (const char *name :
+       {"CIGaussianBlur", "CIBoxBlur", "CIDiscBlur", "CIMedianFilter", "CIMotionBlur", "CIZoomBlur",
+        "CIPixellate", "CICrystallize", "CIBumpDistortion", "CIPinchDistortion",
+        "CITwirlDistortion", "CIVortexDistortion", "CICircleSplashDistortion", "CIUnsharpMask"}) {
+    SCOPED_TRACE(name);
+    const auto result = ImageFilterRegistry::builtIn().apply(QString::fromLatin1(name), flat);
+    ASSERT_TRUE(result.ok) << result.message.toStdString();
+    EXPECT_EQ(maxAbsDiff(result.image, flat), 0.0);
+  }
+  const auto edges = ImageFilterRegistry::builtIn().apply(QStringLiteral("CIEdges"), flat);
+  ASSERT_TRUE(edges.ok);
+  EXPECT_EQ(edges.image.max(), 0.0);
+}
+
+class ColorControlsOnGrey : public ::testing::Test {
+protected:
+  void SetUp() override {
+    ASSERT_TRUE(dir.isValid());
+    // A real grey JPEG, as a scanner or camera in monochrome mode would write it.
+    const QString path = dir.filePath(QStringLiteral("grey.jpg"));
+    sample().colourspace(VIPS_INTERPRETATION_B_W).jpegsave(path.toUtf8().constData());
+    grey = VImage::new_from_file(path.toUtf8().constData()).copy_memory();
+  }
+  QTemporaryDir dir;
+  VImage grey;
+};
+
+TEST_F(ColorControlsOnGrey, NeutralValuesGiveThePlainConversionToRgb) {
+  ASSERT_EQ(grey.bands(), 1);
+  ASSERT_EQ(grey.interpretation(), VIPS_INTERPRETATION_B_W);
+  const VImage plain = grey.colourspace(VIPS_INTERPRETATION_sRGB);
+  for (const QVariantMap &parameters :
+       {QVariantMap{}, QVariantMap{{QStringLiteral("inputBrightness"), 0.0},
+                                   {QStringLiteral("inputContrast"), 1.0},
+                                   {QStringLiteral("inputSaturation"), 1.0}}}) {
+    const auto result =
+        ImageFilterRegistry::builtIn().apply(QStringLiteral("CIColorControls"), grey, parameters);
+    ASSERT_TRUE(result.ok) << result.message.toStdString();
+    EXPECT_EQ(result.image.bands(), 3);
+    EXPECT_EQ(result.image.width(), grey.width());
+    EXPECT_EQ(result.image.height(), grey.height());
+    EXPECT_EQ(result.image.interpretation(), VIPS_INTERPRETATION_sRGB);
+    EXPECT_EQ(maxAbsDiff(result.image, plain), 0.0);
+  }
+}
+
+TEST(ColorControls, SaturationZeroGivesEqualChannelsAndContrastSpreadsValues) {
+  const auto &library = ImageFilterRegistry::builtIn();
+  const auto grey = library.apply(QStringLiteral("CIColorControls"), sample(),
+                                  {{QStringLiteral("inputSaturation"), 0}});
+  ASSERT_TRUE(grey.ok);
+  const auto bands = grey.image.bandsplit();
+  EXPECT_EQ(maxAbsDiff(bands[0], bands[1]), 0.0);
+  EXPECT_EQ(maxAbsDiff(bands[1], bands[2]), 0.0);
+  EXPECT_NEAR(grey.image.avg(), sample().avg(), 10.0);
+
+  const auto neutral = library.apply(QStringLiteral("CIColorControls"), sample());
+  ASSERT_TRUE(neutral.ok);
+  EXPECT_EQ(maxAbsDiff(neutral.image, sample()), 0.0);
+
+  const auto contrast = library.apply(QStringLiteral("CIColorControls"), sample(),
+                                      {{QStringLiteral("inputContrast"), 1.5}});
+  ASSERT_TRUE(contrast.ok);
+  EXPECT_GT(contrast.image.deviate(), 1.2 * sample().deviate());
+}
+
+} // namespace
