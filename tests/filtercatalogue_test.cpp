@@ -1,0 +1,275 @@
+#include "app/Resources.h"
+#include "imaging/FiltersList.h"
+#include "platform/ImageFilterRegistry.h"
+#include "platform/PropertyList.h"
+#include "tests/support/TestEnv.h"
+
+#include <QSet>
+
+#include <gtest/gtest.h>
+
+using platform::ImageFilterRegistry;
+
+namespace {
+
+const QString kStylize = platform::kCICategoryStylize;
+const QString kDistortion = platform::kCICategoryDistortionEffect;
+const QString kBlur = platform::kCICategoryBlur;
+
+// A library with exactly the shapes the catalogue must handle.
+ImageFilterRegistry testLibrary() {
+  ImageFilterRegistry library;
+  const auto add = [&](const char *name, const char *displayName, QStringList categories) {
+    library.addFilter(
+        {QString::fromLatin1(name),
+         QString::fromLatin1(displayName),
+         categories,
+         {},
+         [](const vips::VImage &image, const platform::FilterValues &) { return image; }});
+  };
+  // Listed under Stylize and Blur.
+  add("CITwice", "Twice", {kStylize, kBlur, platform::kCICategoryVideo});
+  // Listed once, but no preview picture.
+  add("CIUnpictured", "Unpictured", {kStylize, QStringLiteral("CICategoryExtraA")});
+  add("CIPictured", "Pictured", {kStylize, platform::kCICategoryBuiltIn});
+  // The only distortion, without a picture: its category is never offered.
+  add("CIBend", "Bend", {kDistortion});
+  // Excluded, though pictured.
+  add("CIBoxBlur", "Box Blur", {kBlur});
+  add("CiRippleTransition", "Ripple", {kBlur});
+  // Categories of filters outside the first category are not collected.
+  add("CISoft", "Soft", {kBlur, QStringLiteral("CICategoryExtraB")});
+  return library;
+}
+
+QVariantMap testPictures() {
+  return {{QStringLiteral("CITwice"), QStringLiteral("pic_twice")},
+          {QStringLiteral("CIPictured"), QStringLiteral("pic_pictured")},
+          {QStringLiteral("CIBoxBlur"), QStringLiteral("pic_box")},
+          {QStringLiteral("CiRippleTransition"), QStringLiteral("pic_ripple")},
+          {QStringLiteral("CISoft"), QStringLiteral("pic_soft")}};
+}
+
+QStringList names(const FilterRecordList &records) {
+  QStringList list;
+  for (const auto &record : records)
+    list << record->filterName;
+  return list;
+}
+
+QStringList names(const FilterCategoryList &categories) {
+  QStringList list;
+  for (const auto &category : categories)
+    list << category->categoryName;
+  return list;
+}
+
+class Catalogue : public ::testing::Test {
+protected:
+  ImageFilterRegistry library = testLibrary();
+  std::unique_ptr<FiltersList> list = FiltersList::initWithFilterLibrary(library, testPictures());
+
+  std::shared_ptr<FilterCategoryInfo> category(int index) const {
+    return list->filterCategories.at(index);
+  }
+};
+
+TEST_F(Catalogue, ReadsTheThreeCategoriesInOrder) {
+  ASSERT_EQ(list->filterCategories.size(), 3);
+  EXPECT_EQ(names(list->filterCategories), (QStringList{kStylize, kDistortion, kBlur}));
+  EXPECT_EQ(category(0)->categoryDisplayName, QStringLiteral("Stylize"));
+  EXPECT_EQ(category(0)->categoryImage, QStringLiteral("birds_Edges"));
+  EXPECT_EQ(category(1)->categoryDisplayName, QStringLiteral("Distortion Effect"));
+  EXPECT_EQ(category(1)->categoryImage, QStringLiteral("birds_Circle_Space"));
+  EXPECT_EQ(category(2)->categoryDisplayName, QStringLiteral("Blur"));
+  EXPECT_EQ(category(2)->categoryImage, QStringLiteral("birds_ZoomBlur"));
+  // Records carry the library's display names.
+  EXPECT_EQ(category(0)->filterRecords.at(0)->filterDisplayName, QStringLiteral("Pictured"));
+}
+
+TEST_F(Catalogue, AFilterUnderTwoCategoriesIsRecordedInBothButOfferedOnce) {
+  const auto stylize = category(0);
+  const auto blur = category(2);
+  ASSERT_TRUE(names(stylize->filterRecords).contains(QStringLiteral("CITwice")));
+  ASSERT_TRUE(names(blur->filterRecords).contains(QStringLiteral("CITwice")));
+  EXPECT_TRUE(names(stylize->filterRecordsWithNoDuplicates).contains(QStringLiteral("CITwice")));
+  EXPECT_FALSE(names(blur->filterRecordsWithNoDuplicates).contains(QStringLiteral("CITwice")));
+
+  const auto first =
+      stylize->filterRecords.at(names(stylize->filterRecords).indexOf(QStringLiteral("CITwice")));
+  const auto second =
+      blur->filterRecords.at(names(blur->filterRecords).indexOf(QStringLiteral("CITwice")));
+  EXPECT_NE(first, second);
+  EXPECT_FALSE(first->filterIsDuplicate);
+  EXPECT_TRUE(second->filterIsDuplicate);
+  EXPECT_EQ(first->filterImageName, QStringLiteral("pic_twice"));
+  EXPECT_TRUE(second->filterImageName.isEmpty());
+  EXPECT_EQ(list->duplicateFilterCount, 1);
+  EXPECT_EQ(list->uniqueFilterNames.count(QStringLiteral("CITwice")), 1);
+  EXPECT_EQ(names(list->allAvailableFilters).count(QStringLiteral("CITwice")), 1);
+}
+
+TEST_F(Catalogue, AFilterWithoutPictureIsRecordedButNotOffered) {
+  const auto stylize = category(0);
+  EXPECT_TRUE(names(stylize->filterRecords).contains(QStringLiteral("CIUnpictured")));
+  EXPECT_FALSE(
+      names(stylize->filterRecordsWithNoDuplicates).contains(QStringLiteral("CIUnpictured")));
+  EXPECT_FALSE(names(list->allAvailableFilters).contains(QStringLiteral("CIUnpictured")));
+  EXPECT_EQ(names(stylize->filterRecordsWithNoDuplicates), (QStringList{"CIPictured", "CITwice"}));
+  EXPECT_EQ(stylize->filterRecordsWithNoDuplicates.at(0)->filterImageName,
+            QStringLiteral("pic_pictured"));
+}
+
+TEST_F(Catalogue, ACategoryWithNothingToOfferIsLeftOutOfTheOfferedList) {
+  EXPECT_EQ(names(category(1)->filterRecords), QStringList{"CIBend"});
+  EXPECT_TRUE(category(1)->filterRecordsWithNoDuplicates.isEmpty());
+  EXPECT_EQ(names(list->filterCategoriesExcludingDupes), (QStringList{kStylize, kBlur}));
+  // The same category objects, not copies.
+  EXPECT_EQ(list->filterCategoriesExcludingDupes.at(0), category(0));
+}
+
+TEST_F(Catalogue, ExcludedNamesAreNeverRecordedEvenWithAPicture) {
+  const auto blur = category(2);
+  EXPECT_EQ(names(blur->filterRecords), (QStringList{"CISoft", "CITwice"}));
+  EXPECT_EQ(names(blur->filterRecordsWithNoDuplicates), QStringList{"CISoft"});
+  // Seen, though: the name still counts as met.
+  EXPECT_TRUE(list->uniqueFilterNames.contains(QStringLiteral("CIBoxBlur")));
+  EXPECT_TRUE(list->uniqueFilterNames.contains(QStringLiteral("CiRippleTransition")));
+}
+
+TEST_F(Catalogue, OfferedFiltersAndTheBatchConversionEntryAreAvailable) {
+  EXPECT_EQ(names(list->allAvailableFilters),
+            (QStringList{"CIPictured", "CITwice", "CISoft", "Batch Conversion"}));
+  ASSERT_EQ(list->arrRenameAndFormatCat.size(), 2);
+  const auto header = list->arrRenameAndFormatCat.at(0);
+  EXPECT_EQ(header->categoryName, QStringLiteral("RenameAndFormat"));
+  EXPECT_EQ(header->categoryDisplayName, QStringLiteral("RenameAndFormat"));
+  EXPECT_EQ(header->categoryImage, QStringLiteral("birds_all_applied"));
+  EXPECT_TRUE(header->filterRecords.isEmpty());
+  const auto conversion = list->arrRenameAndFormatCat.at(1);
+  EXPECT_EQ(conversion->categoryName, QStringLiteral("Batch Conversion"));
+  EXPECT_EQ(conversion->categoryDisplayName, QStringLiteral("Batch Conversion"));
+  ASSERT_EQ(conversion->filterRecords.size(), 1);
+  const auto record = conversion->filterRecords.at(0);
+  EXPECT_EQ(record->filterDisplayName, QStringLiteral("Batch Conversion"));
+  EXPECT_EQ(record->filterImageName, QStringLiteral("birds_all_applied"));
+  EXPECT_EQ(record, list->allAvailableFilters.last());
+}
+
+TEST_F(Catalogue, CollectsTheOtherCategoriesOfTheFirstCategorysFilters) {
+  EXPECT_EQ(list->sourceCategoryNames, (QStringList{kStylize, kDistortion, kBlur}));
+  const QSet<QString> others(list->otherCategoryNames.cbegin(), list->otherCategoryNames.cend());
+  EXPECT_EQ(others, (QSet<QString>{platform::kCICategoryVideo, QStringLiteral("CICategoryExtraA"),
+                                   platform::kCICategoryBuiltIn}));
+  EXPECT_EQ(others.size(), list->otherCategoryNames.size());
+}
+
+TEST_F(Catalogue, FxCategoryHasAHeaderNinePicturedRecordsAndTheOfferedCategories) {
+  const qsizetype before = list->allAvailableFilters.size();
+  list->loadFxCategory();
+  ASSERT_EQ(list->arrFXCategory.size(), 2 + list->filterCategoriesExcludingDupes.size());
+  EXPECT_EQ(list->arrFXCategory.at(0)->categoryName, QStringLiteral("FX"));
+  EXPECT_EQ(list->arrFXCategory.at(0)->categoryDisplayName, QStringLiteral("FX"));
+  EXPECT_TRUE(list->arrFXCategory.at(0)->filterRecords.isEmpty());
+  const auto fx = list->arrFXCategory.at(1);
+  EXPECT_EQ(fx->categoryImage, QStringLiteral("birds_all_applied"));
+  ASSERT_EQ(fx->filterRecords.size(), 9);
+  for (const auto &record : fx->filterRecords) {
+    EXPECT_TRUE(record->filterName.isEmpty());
+    EXPECT_EQ(record->filterImageName, QStringLiteral("birds_all_applied"));
+  }
+  EXPECT_EQ(list->arrFXCategory.at(2), list->filterCategoriesExcludingDupes.at(0));
+  EXPECT_EQ(list->allAvailableFilters.size(), before + 9);
+}
+
+TEST_F(Catalogue, WithoutPicturesNothingButBatchConversionIsOffered) {
+  const auto bare = FiltersList::initWithFilterLibrary(library, {});
+  EXPECT_EQ(bare->filterCategories.size(), 3);
+  EXPECT_TRUE(bare->filterCategoriesExcludingDupes.isEmpty());
+  EXPECT_EQ(names(bare->allAvailableFilters), QStringList{"Batch Conversion"});
+  // An empty library gives three empty categories.
+  const auto empty = FiltersList::initWithFilterLibrary(ImageFilterRegistry(), testPictures());
+  EXPECT_EQ(empty->filterCategories.size(), 3);
+  EXPECT_TRUE(empty->uniqueFilterNames.isEmpty());
+}
+
+TEST(SortArr, SortsRecordsAndCategoriesByTheNamedKeyStably) {
+  const auto record = [](const char *name, const char *display, bool duplicate = false) {
+    auto r = std::make_shared<FilterRecord>();
+    r->filterName = QString::fromLatin1(name);
+    r->filterDisplayName = QString::fromLatin1(display);
+    r->filterIsDuplicate = duplicate;
+    return r;
+  };
+  const FilterRecordList records = {record("CIc", "Beta"), record("CIa", "alpha", true),
+                                    record("CIb", "Beta"), record("CId", "Alpha")};
+  // Plain comparison: capitals before small letters; equal keys keep their order.
+  EXPECT_EQ(names(FiltersList::sortArr(records, QStringLiteral("filterDisplayName"))),
+            (QStringList{"CId", "CIc", "CIb", "CIa"}));
+  EXPECT_EQ(names(FiltersList::sortArr(records, QStringLiteral("filterName"))),
+            (QStringList{"CIa", "CIb", "CIc", "CId"}));
+  EXPECT_EQ(names(FiltersList::sortArr(records, QStringLiteral("filterIsDuplicate"))),
+            (QStringList{"CIc", "CIb", "CId", "CIa"}));
+  EXPECT_EQ(names(FiltersList::sortArr(records, QStringLiteral("noSuchKey"))), names(records));
+  EXPECT_TRUE(FiltersList::sortArr(FilterRecordList{}, QStringLiteral("filterName")).isEmpty());
+
+  FilterCategoryList categories;
+  for (const char *display : {"Stylize", "Blur", "Distortion Effect"}) {
+    auto c = std::make_shared<FilterCategoryInfo>();
+    c->categoryName = c->categoryDisplayName = QString::fromLatin1(display);
+    categories << c;
+  }
+  EXPECT_EQ(names(FiltersList::sortArr(categories, QStringLiteral("categoryDisplayName"))),
+            (QStringList{"Blur", "Distortion Effect", "Stylize"}));
+}
+
+TEST(ExcludedNames, HoldAllHundredAndSixEntriesWithBothRippleSpellings) {
+  const QStringList &excluded = FiltersList::excludedFilterNames();
+  EXPECT_EQ(excluded.size(), 106);
+  EXPECT_EQ(QSet<QString>(excluded.cbegin(), excluded.cend()).size(), 106);
+  EXPECT_TRUE(excluded.contains(QStringLiteral("CiRippleTransition")));
+  EXPECT_TRUE(excluded.contains(QStringLiteral("CIRippleTransition")));
+  EXPECT_TRUE(excluded.contains(QStringLiteral("CIColorControls")));
+  EXPECT_EQ(excluded.first(), QStringLiteral("CIDiscBlur"));
+  EXPECT_EQ(excluded.last(), QStringLiteral("CISourceOverCompositing"));
+}
+
+TEST(SharedCatalogue, OffersWorkingFiltersWithPicturesFromTheResource) {
+  const QString path =
+      Resources::pathForResource(QStringLiteral("FilterImages"), QStringLiteral("plist"));
+  ASSERT_FALSE(path.isEmpty());
+  QVariantMap pictures;
+  ASSERT_TRUE(platform::PropertyList::readDictionary(path, &pictures));
+  const auto &library = ImageFilterRegistry::builtIn();
+  // Every picture names a filter the library has.
+  for (auto it = pictures.cbegin(); it != pictures.cend(); ++it)
+    EXPECT_TRUE(library.hasFilter(it.key())) << it.key().toStdString();
+
+  FiltersList &shared = FiltersList::sharedFiltersList();
+  EXPECT_EQ(&shared, &FiltersList::sharedFiltersList());
+  EXPECT_EQ(names(shared.filterCategoriesExcludingDupes),
+            (QStringList{kStylize, kDistortion, kBlur}));
+  EXPECT_EQ(names(shared.filterCategories.at(0)->filterRecordsWithNoDuplicates),
+            (QStringList{"CIBloom", "CICrystallize", "CIEdges", "CIPixellate", "CIPointillize"}));
+  EXPECT_EQ(names(shared.filterCategories.at(2)->filterRecordsWithNoDuplicates),
+            (QStringList{"CIGaussianBlur", "CIMotionBlur", "CIZoomBlur"}));
+
+  const vips::VImage photo =
+      vips::VImage::new_from_file(
+          (testenv::photosDir() + QStringLiteral("/jpg/orientation/landscape_1.jpg"))
+              .toUtf8()
+              .constData())
+          .crop(200, 150, 160, 120);
+  for (const auto &record : shared.allAvailableFilters) {
+    if (record->filterName == QStringLiteral("Batch Conversion"))
+      continue;
+    SCOPED_TRACE(record->filterName.toStdString());
+    EXPECT_FALSE(FiltersList::excludedFilterNames().contains(record->filterName));
+    EXPECT_EQ(record->filterImageName, pictures.value(record->filterName).toString());
+    const auto result = library.apply(record->filterName, photo);
+    ASSERT_TRUE(result.ok) << result.message.toStdString();
+    EXPECT_EQ(result.image.copy_memory().width(), 160);
+  }
+}
+
+} // namespace
