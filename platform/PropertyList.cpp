@@ -7,9 +7,11 @@
 
 #include <plist/plist.h>
 
+#include <clocale>
 #include <cstdlib>
 #include <cstring>
 #include <limits>
+#include <locale.h>
 #include <memory>
 
 namespace platform::PropertyList {
@@ -26,6 +28,34 @@ struct PlistDeleter {
   void operator()(void *node) const { plist_free(static_cast<plist_t>(node)); }
 };
 using Plist = std::unique_ptr<void, PlistDeleter>;
+
+// libplist reads and writes numbers with the C library's locale functions; under a
+// locale with a decimal comma "0.85" would read as 0. The thread uses the C numeric
+// rules while libplist runs.
+class CNumericScope {
+public:
+  CNumericScope() {
+    if (locale_t base = duplocale(uselocale(locale_t(0)))) {
+      numeric_ = newlocale(LC_NUMERIC_MASK, "C", base);
+      if (numeric_)
+        previous_ = uselocale(numeric_);
+      else
+        freelocale(base);
+    }
+  }
+  ~CNumericScope() {
+    if (numeric_) {
+      uselocale(previous_);
+      freelocale(numeric_);
+    }
+  }
+  CNumericScope(const CNumericScope &) = delete;
+  CNumericScope &operator=(const CNumericScope &) = delete;
+
+private:
+  locale_t numeric_ = locale_t(0);
+  locale_t previous_ = locale_t(0);
+};
 
 void setError(QString *error, const QString &message) {
   if (error)
@@ -230,6 +260,7 @@ bool parseDictionary(const QByteArray &xml, QVariantMap *out, QString *error) {
     setError(error, QStringLiteral("The property list is empty or too large."));
     return false;
   }
+  const CNumericScope numbers;
   plist_t root = nullptr;
   // Binary property lists are read as well; XML is what this application writes.
   plist_from_memory(xml.constData(), static_cast<uint32_t>(xml.size()), &root);
@@ -265,6 +296,7 @@ bool readDictionary(const QString &path, QVariantMap *out, QString *error) {
 }
 
 QByteArray toXml(const QVariantMap &dictionary) {
+  const CNumericScope numbers;
   Plist root(mapToDict(dictionary, 0));
   char *xml = nullptr;
   uint32_t length = 0;

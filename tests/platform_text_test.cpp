@@ -11,6 +11,9 @@
 #include <QTimeZone>
 #include <gtest/gtest.h>
 
+#include <clocale>
+#include <string>
+
 using namespace platform;
 
 namespace {
@@ -160,6 +163,20 @@ TEST(PropertyListTest, ReadsHandWrittenXml) {
   ASSERT_EQ(items.size(), 2);
   EXPECT_EQ(items[0].toMap().value(QStringLiteral("Name")).toString(), QStringLiteral("Ünïcode"));
   EXPECT_EQ(items[1].toList().size(), 0);
+}
+
+TEST(PropertyListTest, RealsIgnoreADecimalCommaLocale) {
+  const std::string previous = std::setlocale(LC_NUMERIC, nullptr);
+  if (!std::setlocale(LC_NUMERIC, "de_DE.UTF-8") && !std::setlocale(LC_NUMERIC, "fr_FR.UTF-8"))
+    GTEST_SKIP() << "no locale with a decimal comma is installed";
+  QVariantMap read;
+  const bool parsed = PropertyList::parseDictionary(
+      PropertyList::toXml({{QStringLiteral("quality"), 0.85}, {QStringLiteral("big"), 1234.5}}),
+      &read);
+  std::setlocale(LC_NUMERIC, previous.c_str());
+  ASSERT_TRUE(parsed);
+  EXPECT_DOUBLE_EQ(read.value(QStringLiteral("quality")).toDouble(), 0.85);
+  EXPECT_DOUBLE_EQ(read.value(QStringLiteral("big")).toDouble(), 1234.5);
 }
 
 TEST(PropertyListTest, BadInputIsAnErrorNotACrash) {
