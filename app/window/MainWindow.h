@@ -9,6 +9,10 @@ class MainWindow : public QMainWindow {
   Q_OBJECT
 public:
   explicit MainWindow(QWidget *parent = nullptr);
+
+protected:
+  // Closing the main window asks the delegate to quit (it may refuse, keeping the window).
+  void closeEvent(QCloseEvent *event) override;
 };
 
 } // namespace app::window
