@@ -1,5 +1,6 @@
 #include "app/CommandLine.h"
 
+#include "app/AppDelegate.h"
 #include "app/Commands.h"
 #include "platform/VipsSession.h"
 
@@ -19,7 +20,7 @@ struct CommandEntry {
 
 // Each headless command lives in its own file; this table only names them.
 constexpr CommandEntry kCommands[] = {
-    {"__placeholder__", nullptr},
+    {"info", &Commands::info},
 };
 
 QTextStream &stdOut() {
@@ -68,6 +69,7 @@ int run(int argc, char **argv) {
   for (const CommandEntry &command : kCommands) {
     if (command.run && first == QLatin1String(command.name)) {
       platform::VipsSession vips(argv[0]);
+      AppDelegate::shared()->prepareForHeadlessCommand();
       return command.run(args.mid(1));
     }
   }

@@ -3,4 +3,9 @@
 #include <QStringList>
 
 // One entry point per headless command; each returns the process's exit status.
-namespace app::Commands {} // namespace app::Commands
+namespace app::Commands {
+
+// quillmere info FILE...
+int info(const QStringList &args);
+
+} // namespace app::Commands

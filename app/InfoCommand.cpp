@@ -1,0 +1,49 @@
+#include "app/CommandLine.h"
+#include "app/Commands.h"
+#include "imaging/ImageProcessing.h"
+#include "metadata/ExifInfo.h"
+#include "metadata/InformationTable.h"
+
+#include <QFileInfo>
+#include <QTextStream>
+
+#include <cstdio>
+
+namespace app::Commands {
+
+// `quillmere info FILE...`: the information table of each file, "title<TAB>value" per row,
+// a blank line between files. Missing files and non-images still get their rows.
+int info(const QStringList &args) {
+  QTextStream out(stdout);
+  QTextStream err(stderr);
+  if (args.isEmpty()) {
+    err << "quillmere: info needs at least one FILE\n" << CommandLine::usageText();
+    return CommandLine::ExitUsage;
+  }
+  bool allRead = true;
+  bool first = true;
+  for (const QString &path : args) {
+    const InformationTable::FileFacts facts = InformationTable::FileFacts::forPath(path);
+    const std::optional<QVariantMap> properties = ImageProcessing::exifForFile(path);
+    const std::shared_ptr<ExifInfo> exif = ExifInfo::initWithDict(properties);
+    if (!properties) {
+      allRead = false;
+      if (!QFileInfo::exists(path))
+        err << "quillmere: no such file: " << path << "\n";
+      else
+        err << "quillmere: not an image: " << path << "\n";
+    }
+    if (!first)
+      out << "\n";
+    first = false;
+    for (const QVariantMap &row :
+         InformationTable::createArrayToUpdateMetaDataWithNode(facts, exif.get()))
+      out << row.value(QStringLiteral("title")).toString() << '\t'
+          << row.value(QStringLiteral("value")).toString() << '\n';
+    out.flush();
+    err.flush();
+  }
+  return allRead ? CommandLine::ExitOk : 1;
+}
+
+} // namespace app::Commands
