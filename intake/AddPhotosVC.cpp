@@ -1,0 +1,872 @@
+#include "intake/AddPhotosVC.h"
+
+#include "app/AppDelegate.h"
+#include "imaging/Utils.h"
+#include "intake/DataFiller.h"
+#include "intake/ImageFileInfo.h"
+#include "intake/IntakeLog.h"
+#include "intake/PhotoFile.h"
+#include "metadata/ExifInfo.h"
+#include "metadata/LocalizedStrings.h"
+#include "platform/FileTypes.h"
+#include "platform/Files.h"
+#include "platform/FolderListing.h"
+#include "platform/PathText.h"
+#include "platform/StandardFolders.h"
+
+#include <QDir>
+#include <QEventLoop>
+#include <QFileInfo>
+#include <QObject>
+#include <QThread>
+#include <QTimer>
+
+#include <condition_variable>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+namespace {
+
+const QString &kAll() {
+  static const QString all = QStringLiteral("ALL");
+  return all;
+}
+
+// One shared text for every value of dictFileAdded, so a large batch pays for it once.
+const QString &kAdded() {
+  static const QString one = QStringLiteral("1");
+  return one;
+}
+
+QString plural(qint64 count, const char *many, const char *one = "") {
+  return QString::fromLatin1(count >= 2 ? many : one);
+}
+
+// Chosen paths as the file chooser gives them: absolute, without "." or ".." or a trailing
+// "/", so that one file always has one duplicate key.
+QStringList normalisedPaths(const QStringList &paths) {
+  QStringList result;
+  result.reserve(paths.size());
+  for (const QString &path : paths) {
+    if (path.isEmpty())
+      continue;
+    result.append(QDir::cleanPath(
+        QDir::isAbsolutePath(path) ? path : QDir::current().absoluteFilePath(path)));
+  }
+  return result;
+}
+
+const QSet<QString> &platformImageExtensions() {
+  static const QSet<QString> extensions = [] {
+    const QStringList list = platform::FileTypes::imageFileExtensions();
+    return QSet<QString>(list.cbegin(), list.cend());
+  }();
+  return extensions;
+}
+
+} // namespace
+
+// What adding one file needs that does not depend on the batch: the type tests and the
+// record itself, so records can be read ahead of the ordered appending.
+struct AddPhotosVC::Candidate {
+  bool typeMatches = false;
+  bool isImage = false;
+  std::shared_ptr<PhotoFile> photo;
+  QDateTime captureDate; // with the date filter: EXIF capture date, else creation date
+};
+
+// Builds the candidates of a list of paths on a second thread, a bounded distance ahead of
+// the add loop; the loop builds any candidate the helper has not claimed yet itself, so both
+// cores read image properties while the photos are still appended in order.
+class AddPhotosVC::ReadAhead {
+public:
+  ReadAhead(const AddPhotosVC *engine, const QStringList &paths, const QString &fileType,
+            std::vector<char> needed)
+      : engine_(engine), paths_(paths), fileType_(fileType), needed_(std::move(needed)),
+        state_(paths.size(), kPending), results_(paths.size()) {
+    helper_ = std::thread([this] { helperLoop(); });
+  }
+
+  ~ReadAhead() {
+    {
+      std::lock_guard<std::mutex> lock(mutex_);
+      cancelled_ = true;
+    }
+    changed_.notify_all();
+    helper_.join();
+  }
+
+  // The candidate for path i (null when it was not needed at the start); i only grows.
+  std::shared_ptr<AddPhotosVC::Candidate> take(qsizetype i) {
+    std::unique_lock<std::mutex> lock(mutex_);
+    consumed_ = i + 1;
+    changed_.notify_all();
+    if (!needed_[i])
+      return nullptr;
+    if (state_[i] == kPending) {
+      state_[i] = kClaimed;
+      lock.unlock();
+      return engine_->prepareCandidate(paths_[i], fileType_);
+    }
+    changed_.wait(lock, [&] { return state_[i] == kDone; });
+    return std::move(results_[i]);
+  }
+
+private:
+  static constexpr char kPending = 0, kClaimed = 1, kDone = 2;
+  static constexpr qsizetype kWindow = 64;
+
+  void helperLoop() {
+    for (qsizetype j = 0; j < paths_.size(); ++j) {
+      std::unique_lock<std::mutex> lock(mutex_);
+      changed_.wait(lock, [&] { return cancelled_ || j < consumed_ + kWindow; });
+      if (cancelled_)
+        return;
+      j = std::max(j, consumed_);
+      if (j >= paths_.size())
+        return;
+      if (!needed_[j] || state_[j] != kPending)
+        continue;
+      state_[j] = kClaimed;
+      lock.unlock();
+      auto candidate = engine_->prepareCandidate(paths_[j], fileType_);
+      lock.lock();
+      results_[j] = std::move(candidate);
+      state_[j] = kDone;
+      changed_.notify_all();
+    }
+  }
+
+  const AddPhotosVC *engine_;
+  const QStringList paths_;
+  const QString fileType_;
+  const std::vector<char> needed_;
+  std::vector<char> state_;
+  std::vector<std::shared_ptr<AddPhotosVC::Candidate>> results_;
+  qsizetype consumed_ = 0;
+  bool cancelled_ = false;
+  std::mutex mutex_;
+  std::condition_variable changed_;
+  std::thread helper_;
+};
+
+AddPhotosVC::AddPhotosVC(AddPhotosListener *listener)
+    : AddPhotosVC(&AppDelegate::shared()->arraySelectedImagesToProcess, listener) {}
+
+AddPhotosVC::AddPhotosVC(Batch *batch, AddPhotosListener *listener)
+    : batch_(batch), listener_(listener), owner_(new QObject) {}
+
+AddPhotosVC::~AddPhotosVC() {
+  if (running_ || pendingSteps_ > 0) {
+    btnStopAddingTapped();
+    waitForFinished();
+  }
+  delete owner_;
+}
+
+// --- Entry points ---
+
+AddPhotosStatus AddPhotosVC::btnAddPhotosTappedWithIndex(int index,
+                                                         const QStringList &chosenPaths) {
+  if (index < 0 || index > 2)
+    return {AddPhotosStatus::Code::Ignored, {}};
+  if (running_)
+    return {AddPhotosStatus::Code::Busy, QStringLiteral("photos are being added")};
+  isAddFromSubFolderSelected = false;
+  isAddingWithFilter = false;
+  if (index >= 1)
+    isAddFromSubFolderSelected = true;
+  if (index == 2)
+    isAddingWithFilter = true;
+  const QStringList paths = normalisedPaths(chosenPaths);
+  if (paths.isEmpty())
+    return {AddPhotosStatus::Code::Ignored, {}};
+  // Only the first item is looked at, as the chooser does.
+  if (platform::isInTrash(paths.first(), true)) {
+    AddPhotosMessage m;
+    m.kind = AddPhotosMessage::Kind::Trash;
+    m.buttonTitle = QStringLiteral("OK");
+    message(m);
+    return {AddPhotosStatus::Code::Trash, QStringLiteral("cannot add from the trash")};
+  }
+  selectedFileType = kAll();
+  isAddingIphotos = false;
+  addPhotosFromPathUrls(paths, false);
+  return {};
+}
+
+AddPhotosStatus AddPhotosVC::btnAddFilterOnPopupTapped(const QDateTime &from, const QDateTime &to) {
+  datePickerFromDate = from;
+  datePickerToDate = to;
+  // Compared as shown, to the minute: dates that read alike are refused too.
+  const QString fromText = Utils::getDateInFormatNEW(from);
+  const QString toText = Utils::getDateInFormatNEW(to);
+  if (!from.isValid() || !to.isValid() || fromText == toText || !(to > from))
+    return {AddPhotosStatus::Code::DatesRefused,
+            QStringLiteral("* From Date cannot be greater than or equal to To Date.")};
+  return {AddPhotosStatus::Code::Started, {}};
+}
+
+AddPhotosStatus AddPhotosVC::btnAddIphotosTapped(const QStringList &chosenPaths) {
+  pathType = 2;
+  if (running_)
+    return {AddPhotosStatus::Code::Busy, QStringLiteral("photos are being added")};
+  const QStringList paths = normalisedPaths(chosenPaths);
+  if (paths.isEmpty())
+    return {AddPhotosStatus::Code::Ignored, {}};
+  if (platform::isInTrash(paths.first(), false)) {
+    AddPhotosMessage m;
+    m.kind = AddPhotosMessage::Kind::Trash;
+    m.text =
+        CommonFunc::getLocalizedStringForKey(QStringLiteral("ID_PHOTOS_CANT_ADDED_FROM_TRASH"));
+    m.buttonTitle = CommonFunc::getLocalizedStringForKey(QStringLiteral("ID_OK_CAPS"));
+    message(m);
+    return {AddPhotosStatus::Code::Trash, QStringLiteral("cannot add from the trash")};
+  }
+  isAddFromSubFolderSelected = false;
+  isAddingWithFilter = false;
+  selectedFileType = kAll();
+  isAddingIphotos = true;
+  addPhotosFromPathUrls(paths, true);
+  return {};
+}
+
+AddPhotosStatus AddPhotosVC::handleFileDragDropNotification(const QStringList &paths) {
+  if (running_)
+    return {AddPhotosStatus::Code::Busy, QStringLiteral("photos are being added")};
+  const QStringList chosen = normalisedPaths(paths);
+  if (chosen.isEmpty())
+    return {AddPhotosStatus::Code::Ignored, {}};
+  isAddFromSubFolderSelected = true;
+  isAddingWithFilter = false;
+  isAddingIphotos = false;
+  selectedFileType = kAll();
+  addPhotosFromPathUrls(chosen, false);
+  return {};
+}
+
+AddPhotosStatus AddPhotosVC::acceptDrop(const QStringList &paths) {
+  if (running_)
+    return {AddPhotosStatus::Code::Busy, QStringLiteral("photos are being added")};
+  const QStringList chosen = normalisedPaths(paths);
+  if (chosen.isEmpty())
+    return {AddPhotosStatus::Code::Ignored, {}};
+  // Sub-folders and the date filter stay as the last add action left them.
+  isAddingIphotos = false;
+  selectedFileType = kAll();
+  addPhotosFromPathUrls(chosen, false);
+  return {};
+}
+
+AddPhotosStatus AddPhotosVC::addPaths(const QStringList &paths, bool recursive,
+                                      const QDateTime &from, const QDateTime &to) {
+  if (from.isValid() != to.isValid())
+    return {AddPhotosStatus::Code::DatesIncomplete,
+            QStringLiteral("the date filter needs both a From and a To date")};
+  if (from.isValid()) {
+    const AddPhotosStatus sheet = btnAddFilterOnPopupTapped(from, to);
+    if (sheet.code != AddPhotosStatus::Code::Started)
+      return sheet;
+    return btnAddPhotosTappedWithIndex(2, paths);
+  }
+  return btnAddPhotosTappedWithIndex(recursive ? 1 : 0, paths);
+}
+
+void AddPhotosVC::btnStopAddingTapped() {
+  isPHOTOS_PROCESSING_IN_PROGERESS = false;
+}
+
+void AddPhotosVC::waitForFinished() {
+  if (!running_ && pendingSteps_ == 0)
+    return;
+  QEventLoop loop;
+  QEventLoop *outer = waitLoop_;
+  waitLoop_ = &loop;
+  loop.exec();
+  waitLoop_ = outer;
+}
+
+// --- The run ---
+
+void AddPhotosVC::addPhotosFromPathUrls(const QStringList &paths, bool isiPhoto) {
+  (void)isiPhoto; // the library flag comes from isAddingIphotos
+  if (running_)
+    return;
+  totalPhotoToAdd = 0;
+  photosAdded = 0;
+  alreadyExistsPhotosCount = 0;
+  damagedFileCount = 0;
+  isMAX_PHOTOS_LIMIT_EXCEEDED = false;
+  isPhotosAlreadyAdded = false;
+  isPhotoFormatNotSupported = false;
+  isAddingPhotosInCollectionView = true;
+  isPHOTOS_PROCESSING_IN_PROGERESS = true;
+  damagedPromptScheduled_ = false;
+  unreadableFolders_.clear();
+  runPaths_ = paths;
+  running_ = true;
+  qCDebug(lcIntake, "is adding iphotos = %d", int(isAddingIphotos));
+
+  const QString fileType = selectedFileType;
+  startWorker(
+      [this, fileType] {
+        const qint32 count = countTotalPhotosToBeAddedFromUrls(runPaths_, fileType);
+        onOwnerThread([&] { afterCount(count); });
+      },
+      true);
+}
+
+void AddPhotosVC::afterCount(qint32 count) {
+  totalPhotoToAdd = count;
+  qCDebug(lcIntake, "is adding photos count = %d", count);
+  if (isMAX_PHOTOS_LIMIT_EXCEEDED) {
+    AddPhotosMessage m;
+    m.kind = AddPhotosMessage::Kind::LimitExceeded;
+    m.title = QStringLiteral("Photos Limit Exceeded").toUpper();
+    m.text =
+        QStringLiteral("Photo limit exceeded! A Batch of %1 photos can be processed at a time.")
+            .arg(maxPhotosLimit_);
+    message(m);
+  } else if (count > 0) {
+    if (listener_)
+      listener_->addPhotosWillAdd(!isAddingIphotos);
+    isIphotoDirectorySelected = false;
+    startWorker([this] { addPhase(); }, false);
+  } else if (isPhotoFormatNotSupported && !isPhotosAlreadyAdded) {
+    scheduleAfterDelay([this] { showPromtForDamagedFiles(); });
+  } else if (isPhotosAlreadyAdded) {
+    const qint32 n = alreadyExistsPhotosCount;
+    AddPhotosMessage m;
+    m.kind = AddPhotosMessage::Kind::PhotosExist;
+    m.title = QStringLiteral("Photo%1 Exists").arg(plural(n, "s")).toUpper();
+    m.text =
+        QStringLiteral("Photo%1 already exist%2 in batch!").arg(plural(n, "s"), plural(n, "", "s"));
+    message(m);
+  } else {
+    AddPhotosMessage m;
+    m.kind = AddPhotosMessage::Kind::NoPhotosToAdd;
+    m.title = QStringLiteral("No Photos to Add").toUpper();
+    m.text = QStringLiteral("There are no new photos to add");
+    message(m);
+  }
+}
+
+qint32 AddPhotosVC::countTotalPhotosToBeAddedFromUrls(const QStringList &paths,
+                                                      const QString &fileType) {
+  qint32 n = 0;
+  const auto limitReached = [this] {
+    isMAX_PHOTOS_LIMIT_EXCEEDED = true;
+    isPHOTOS_PROCESSING_IN_PROGERESS = false;
+  };
+  for (const QString &path : paths) {
+    bool isDirectory = false;
+    const bool exists = platform::Files::fileExists(path, &isDirectory);
+    if (!exists || !isDirectory) {
+      pathType = 0;
+      if (isValidPhoto(path, fileType)) {
+        // One by one the limit trips at the photo after the limit...
+        if (n > maxPhotosLimit_ - 1) {
+          limitReached();
+          return n + 1;
+        }
+        ++n;
+      }
+    } else if (!platform::FileTypes::isPackage(path)) {
+      pathType = 1;
+      const QStringList listed = listFolder(path, isAddFromSubFolderSelected);
+      for (const QString &file : listed) {
+        if (!isValidPhoto(file, fileType))
+          continue;
+        // ...inside a folder one photo later.
+        if (n > maxPhotosLimit_) {
+          limitReached();
+          break;
+        }
+        ++n;
+      }
+    } else {
+      if (isPhotosLibraryPackage(path))
+        continue;
+      const QStringList images = libraryImagePaths(path);
+      qint32 inLibrary = 0;
+      for (const QString &image : images) {
+        if (!platform::Files::fileExists(image))
+          continue;
+        if (n > maxPhotosLimit_) {
+          limitReached();
+          break;
+        }
+        ++n;
+        ++inLibrary;
+      }
+      qCDebug(lcIntake, "counting photos for iphoto == %d", inLibrary);
+    }
+  }
+  return n;
+}
+
+bool AddPhotosVC::isPhotosLibraryPackage(const QString &path) {
+  pathType = 2;
+  const QString extension = platform::PathText::pathExtension(path);
+  if (extension == QLatin1String("migratedphotolibrary") ||
+      extension == QLatin1String("photoslibrary")) {
+    pathType = 3;
+    qCDebug(lcIntake, "library type is not correct");
+    return true;
+  }
+  return false;
+}
+
+QStringList AddPhotosVC::libraryImagePaths(const QString &path) const {
+  // The library reader is handed the path lower-cased, as the library chooser gives it.
+  DataFiller reader;
+  reader.setLibPath(path.toLower());
+  QString error;
+  if (!reader.fetchImagesFromLib(&error))
+    qCDebug(lcIntake).noquote() << error;
+  return reader.arrImagePaths;
+}
+
+bool AddPhotosVC::isImagePath(const QString &path) {
+  if (platform::FileTypes::conformsToImage(path))
+    return true;
+  return additionalImageExtensions().contains(platform::PathText::pathExtension(path));
+}
+
+const QStringList &AddPhotosVC::additionalImageExtensions() {
+  static const QStringList extensions = {
+      QStringLiteral("eps"), QStringLiteral("jpc"),  QStringLiteral("p7"),  QStringLiteral("pc"),
+      QStringLiteral("pgm"), QStringLiteral("pnm"),  QStringLiteral("ppm"), QStringLiteral("ptif"),
+      QStringLiteral("ui"),  QStringLiteral("pct"),  QStringLiteral("EPS"), QStringLiteral("JPC"),
+      QStringLiteral("P7"),  QStringLiteral("PC"),   QStringLiteral("PGM"), QStringLiteral("PNM"),
+      QStringLiteral("PPM"), QStringLiteral("PTIF"), QStringLiteral("UI"),  QStringLiteral("PCT")};
+  return extensions;
+}
+
+bool AddPhotosVC::typeMatches(const QString &path, const QString &fileType) const {
+  return fileType == kAll() || path.endsWith(fileType);
+}
+
+QDateTime AddPhotosVC::captureDateFor(const QString &path, const QDateTime &fallback) const {
+  const auto exif = ExifInfo::initWithFile(path);
+  if (exif && exif->captureDate.isValid())
+    return exif->captureDate;
+  return fallback;
+}
+
+bool AddPhotosVC::isValidPhoto(const QString &path, const QString &fileType) {
+  if (dictFileAdded.contains(path)) {
+    ++damagedFileCount;
+    ++alreadyExistsPhotosCount;
+    isPhotosAlreadyAdded = true;
+    return false;
+  }
+  if (!isImagePath(path)) {
+    isPhotoFormatNotSupported = true;
+    ++damagedFileCount;
+    return false;
+  }
+  if (isAddingWithFilter) {
+    const auto info = ImageFileInfo::initWithPathForFile(path);
+    if (!info)
+      return false;
+    if (listener_)
+      onOwnerThread([&] { listener_->addPhotosExaminedForFilter(info); });
+    const auto exif = info->exifInfo();
+    const QDateTime date =
+        exif && exif->captureDate.isValid() ? exif->captureDate : info->createDate;
+    if (!date.isValid() || !(datePickerFromDate <= date && date <= datePickerToDate))
+      return false;
+  }
+  return typeMatches(path, fileType);
+}
+
+QStringList AddPhotosVC::listFolder(const QString &folder, bool withSubFolders) {
+  QStringList listed;
+  if (!withSubFolders) {
+    const QSet<QString> &extensions = platformImageExtensions();
+    const platform::FolderListing::Listing listing = platform::FolderListing::list(folder);
+    if (listing.undecodableNames > 0)
+      noteUnreadableName(folder);
+    for (const auto &entry : listing.entries)
+      if (extensions.contains(platform::PathText::pathExtension(entry.name)))
+        listed.append(folder + QLatin1Char('/') + entry.name);
+    return listed;
+  }
+  // Depth first in name order, each sub-folder walked where it stands in its listing. A
+  // symbolic link is an entry, never a folder to enter, so a link loop cannot trap the walk;
+  // packages and hidden entries are left alone.
+  std::function<void(const QString &)> walk = [&](const QString &current) {
+    const platform::FolderListing::Listing listing = platform::FolderListing::list(current);
+    if (listing.undecodableNames > 0)
+      noteUnreadableName(current);
+    for (const auto &entry : listing.entries) {
+      if (entry.name.startsWith(QLatin1Char('.')))
+        continue;
+      const QString path = current + QLatin1Char('/') + entry.name;
+      if (entry.isDirectory) {
+        if (!platform::FileTypes::isPackage(path))
+          walk(path);
+        continue;
+      }
+      listed.append(path);
+    }
+  };
+  walk(folder);
+  return listed;
+}
+
+void AddPhotosVC::noteUnreadableName(const QString &folder) {
+  if (unreadableFolders_.contains(folder))
+    return;
+  unreadableFolders_.insert(folder);
+  qCDebug(lcIntake).noquote() << QStringLiteral("name not valid UTF-8 in %1").arg(folder);
+  if (listener_)
+    onOwnerThread([&] { listener_->addPhotosUnreadableName(folder); });
+}
+
+void AddPhotosVC::addPhase() {
+  const QString fileType = selectedFileType;
+  for (const QString &path : std::as_const(runPaths_)) {
+    if (!isPHOTOS_PROCESSING_IN_PROGERESS) {
+      onOwnerThread([this] { processAfterAllPhotosAdded(); });
+      return;
+    }
+    bool isDirectory = false;
+    const bool exists = platform::Files::fileExists(path, &isDirectory);
+    if (!exists || !isDirectory) {
+      addToImageArray(path, fileType);
+    } else if (!platform::FileTypes::isPackage(path)) {
+      getAllFilesInFolder(path, fileType, isAddFromSubFolderSelected);
+    } else if (!isPhotosLibraryPackage(path)) {
+      isIphotoDirectorySelected = true;
+      const QStringList images = libraryImagePaths(path);
+      if (listener_)
+        onOwnerThread([this] { listener_->addPhotosShowProgressPanel(); });
+      const bool completed = [&] {
+        std::unique_ptr<ReadAhead> ahead;
+        if (parallelReading_ && images.size() > 1) {
+          std::vector<char> needed(images.size());
+          for (qsizetype i = 0; i < images.size(); ++i)
+            needed[i] = !dictFileAdded.contains(images[i]);
+          ahead = std::make_unique<ReadAhead>(this, images, fileType, std::move(needed));
+        }
+        for (qsizetype i = 0; i < images.size(); ++i) {
+          if (!isPHOTOS_PROCESSING_IN_PROGERESS)
+            return false;
+          addToImageArray(images[i], fileType, ahead ? ahead->take(i) : nullptr);
+        }
+        return true;
+      }();
+      isIphotoDirectorySelected = false;
+      if (!completed) {
+        onOwnerThread([this] { processAfterAllPhotosAdded(); });
+        return;
+      }
+    }
+    if (path == runPaths_.last())
+      onOwnerThread([this] { processAfterAllPhotosAdded(); });
+  }
+}
+
+void AddPhotosVC::getAllFilesInFolder(const QString &folder, const QString &fileType,
+                                      bool isSubFolderSelected) {
+  const QStringList paths = listFolder(folder, isSubFolderSelected);
+  addListedPaths(paths, fileType);
+}
+
+void AddPhotosVC::addListedPaths(const QStringList &paths, const QString &fileType) {
+  std::unique_ptr<ReadAhead> ahead;
+  if (parallelReading_ && paths.size() > 1) {
+    // Paths already in the batch are not worth reading; the loop still decides each one.
+    std::vector<char> needed(paths.size());
+    for (qsizetype i = 0; i < paths.size(); ++i)
+      needed[i] = !dictFileAdded.contains(paths[i]);
+    ahead = std::make_unique<ReadAhead>(this, paths, fileType, std::move(needed));
+  }
+  for (qsizetype i = 0; i < paths.size(); ++i) {
+    if (!isPHOTOS_PROCESSING_IN_PROGERESS) {
+      onOwnerThread([this] { processAfterAllPhotosAdded(); });
+      return;
+    }
+    addToImageArray(paths[i], fileType, ahead ? ahead->take(i) : nullptr);
+  }
+  if (!paths.isEmpty())
+    onOwnerThread([this] { processAfterAllPhotosAdded(); });
+}
+
+std::shared_ptr<AddPhotosVC::Candidate>
+AddPhotosVC::prepareCandidate(const QString &path, const QString &fileType) const {
+  auto candidate = std::make_shared<Candidate>();
+  candidate->typeMatches = typeMatches(path, fileType);
+  candidate->isImage = isImagePath(path);
+  if (!isAddingWithFilter && (!candidate->typeMatches || !candidate->isImage))
+    return candidate;
+  candidate->photo = PhotoFile::initWithFileUrl(path, isIphotoDirectorySelected);
+  if (isAddingWithFilter && candidate->isImage && candidate->photo->width > 0 &&
+      candidate->photo->height > 0)
+    candidate->captureDate = captureDateFor(path, candidate->photo->fileCreationDate);
+  return candidate;
+}
+
+void AddPhotosVC::addToImageArray(const QString &path, const QString &fileType,
+                                  std::shared_ptr<Candidate> prepared) {
+  if (dictFileAdded.contains(path))
+    return;
+  const std::shared_ptr<Candidate> candidate =
+      prepared ? std::move(prepared) : prepareCandidate(path, fileType);
+  const auto &photo = candidate->photo;
+  const auto append = [&] {
+    batch_->append(photo);
+    dictFileAdded.insert(photo->filePath, kAdded());
+    const QString folder = platform::PathText::stringByDeletingLastPathComponent(path);
+    onOwnerThread([&] { callForUpdatingProgressCountWithFilePath(folder); });
+  };
+  if (!isAddingWithFilter) {
+    if (!candidate->typeMatches || !candidate->isImage)
+      return;
+    if (photo->width > 0 && photo->height > 0) {
+      append();
+    } else {
+      isPhotoFormatNotSupported = true;
+      ++damagedFileCount;
+    }
+    return;
+  }
+  if (!candidate->isImage || !photo || photo->width <= 0 || photo->height <= 0) {
+    isPhotoFormatNotSupported = true;
+    ++damagedFileCount;
+    return;
+  }
+  const QDateTime &date = candidate->captureDate;
+  if (date.isValid() && datePickerFromDate <= date && date <= datePickerToDate &&
+      candidate->typeMatches)
+    append();
+}
+
+void AddPhotosVC::callForUpdatingProgressCountWithFilePath(const QString &path) {
+  ++photosAdded;
+  AddPhotosProgress progress;
+  progress.photosAdded = photosAdded;
+  progress.totalPhotoToAdd = totalPhotoToAdd;
+  progress.percent = totalPhotoToAdd > 0 ? int(qint64(photosAdded) * 100 / totalPhotoToAdd) : 0;
+  progress.shownPercent = progress.percent / 5 * 5;
+  progress.percentText = QStringLiteral("%1 %").arg(progress.shownPercent);
+  QString shownPath = path;
+  qsizetype cut = shownPath.indexOf(QLatin1String(".photolibrary"));
+  if (cut < 0)
+    cut = shownPath.indexOf(QLatin1String(".photoslibrary"));
+  if (cut >= 0)
+    shownPath.truncate(cut);
+  progress.pathText = QStringLiteral("Photo path: : %1").arg(shownPath);
+  // The pictures fill_5 to fill_105 come in steps of 5; fill_1 is the empty bar.
+  const int s = progress.shownPercent;
+  progress.pictureName =
+      s >= 5 && s <= 105 ? QStringLiteral("fill_%1").arg(s) : QStringLiteral("fill_1.png");
+  if (photosAdded == totalPhotoToAdd && photosAdded != 0) {
+    progress.complete = true;
+    progress.pictureName = QStringLiteral("fill_%1").arg(105);
+    progress.progressText =
+        QStringLiteral("%1 photo%2 added").arg(photosAdded).arg(plural(photosAdded, "s"));
+    isPHOTOS_PROCESSING_IN_PROGERESS = false;
+  } else {
+    progress.progressText = QStringLiteral("%1 of %2 photo%3 added")
+                                .arg(photosAdded)
+                                .arg(totalPhotoToAdd)
+                                .arg(plural(totalPhotoToAdd, "s"));
+  }
+  if (listener_)
+    listener_->addPhotosProgress(progress);
+}
+
+void AddPhotosVC::processAfterAllPhotosAdded() {
+  // The end step may come twice in one run; the refused-files message comes once.
+  if (totalPhotoToAdd != 0 && (isPhotoFormatNotSupported || isPhotosAlreadyAdded) &&
+      !damagedPromptScheduled_) {
+    damagedPromptScheduled_ = true;
+    scheduleAfterDelay([this] { showPromtForDamagedFiles(); });
+  }
+  if (listener_)
+    listener_->addPhotosEnded();
+}
+
+void AddPhotosVC::showPromtForDamagedFiles() {
+  AddPhotosMessage m;
+  m.kind = AddPhotosMessage::Kind::FilesCannotBeAdded;
+  m.title = QStringLiteral("File%1 cannot be added").arg(plural(totalPhotoToAdd, "s")).toUpper();
+  m.text = QStringLiteral("%1 cannot be added. %2 either damaged or not supported by application.")
+               .arg(damagedFileCount < 2 ? QStringLiteral("File") : QStringLiteral("Some files"),
+                    totalPhotoToAdd < 2 ? QStringLiteral("It is") : QStringLiteral("They are"));
+  message(m);
+}
+
+void AddPhotosVC::message(AddPhotosMessage m) {
+  if (listener_)
+    onOwnerThread([&] { listener_->addPhotosMessage(m); });
+}
+
+// --- Threads ---
+
+void AddPhotosVC::startWorker(std::function<void()> work, bool highPriority) {
+  ++workers_;
+  QThread *thread = QThread::create(std::move(work));
+  QObject::connect(thread, &QThread::finished, owner_, [this, thread] {
+    thread->wait();
+    delete thread;
+    --workers_;
+    finishIfIdle();
+  });
+  thread->start(highPriority ? QThread::HighPriority : QThread::NormalPriority);
+}
+
+void AddPhotosVC::onOwnerThread(const std::function<void()> &step) {
+  if (QThread::currentThread() == owner_->thread())
+    step();
+  else
+    QMetaObject::invokeMethod(owner_, step, Qt::BlockingQueuedConnection);
+}
+
+void AddPhotosVC::scheduleAfterDelay(std::function<void()> step) {
+  ++pendingSteps_;
+  QTimer::singleShot(200, owner_, [this, step = std::move(step)] {
+    step();
+    --pendingSteps_;
+    finishIfIdle();
+  });
+}
+
+void AddPhotosVC::finishIfIdle() {
+  if (workers_ > 0 || pendingSteps_ > 0)
+    return;
+  if (running_) {
+    running_ = false;
+    isPHOTOS_PROCESSING_IN_PROGERESS = false;
+    isAddingPhotosInCollectionView = false;
+    if (listener_)
+      listener_->addPhotosFinished();
+  }
+  if (waitLoop_)
+    waitLoop_->quit();
+}
+
+// --- Batch upkeep ---
+
+QString AddPhotosVC::updateBatchInformationInBottomView() const {
+  if (batch_->isEmpty())
+    return {};
+  double total = 0;
+  for (const auto &photo : std::as_const(*batch_))
+    total += photo->fileSizeInBytes;
+  return QStringLiteral("Images Count: %1  |  Total Size: %2  ")
+      .arg(batch_->size())
+      .arg(Utils::sharedUtils().unitStringFromBytes(total, 0));
+}
+
+AddPhotosSheet AddPhotosVC::btnOnRemovePhotoPopupTapped(int tag, int selectedCount) {
+  if (tag == 1) {
+    const bool many = batch_->size() >= 2;
+    const QString all = many ? QStringLiteral("all") : QString();
+    const QString s = many ? QStringLiteral("s") : QString();
+    return {QStringLiteral("REMOVE %1 PHOTO%2").arg(all, s).toUpper(),
+            QStringLiteral("Remove %1 photo%2 from the Batch?").arg(all, s)};
+  }
+  if (tag != 0)
+    return {};
+  if (selectedCount <= 0) {
+    AddPhotosMessage m;
+    m.kind = AddPhotosMessage::Kind::NoPhotoToDelete;
+    m.title = QStringLiteral("No Photo to Delete").toUpper();
+    m.text = QStringLiteral("No Photo selected to Delete.");
+    message(m);
+    return {};
+  }
+  return {QStringLiteral("REMOVE SELECTED PHOTO%1").arg(plural(selectedCount, "S")),
+          QStringLiteral("Remove selected photo%1 from Batch?").arg(plural(selectedCount, "s"))};
+}
+
+void AddPhotosVC::btnYesOnRemoveAllPhotoTapped() {
+  batch_->clear();
+  dictFileAdded.clear();
+}
+
+void AddPhotosVC::btnYesOnRemoveSelectedPhotoTapped(
+    const QList<std::shared_ptr<PhotoFile>> &selected) {
+  qCDebug(lcIntake, "yes on remove photos tapped");
+  for (const auto &photo : selected)
+    removePhotoFromBatch(photo);
+}
+
+void AddPhotosVC::removePhotoFromBatch(const std::shared_ptr<PhotoFile> &photo) {
+  if (!photo)
+    return;
+  const qsizetype at = batch_->indexOf(photo);
+  if (at < 0)
+    return;
+  batch_->removeAt(at);
+  dictFileAdded.remove(photo->filePath);
+}
+
+QList<int> AddPhotosVC::checkForDeletedPhotosInSourceFolder(bool remove) {
+  qCDebug(lcIntake, "check for deleted photos");
+  Batch copy = *batch_;
+  QList<int> missing;
+  int present = 0;
+  for (qsizetype i = copy.size() - 1; i >= 0; --i) {
+    const auto &photo = copy.at(i);
+    if (platform::Files::fileExists(photo->filePath) && photo->width > 0 && photo->height > 0) {
+      ++present;
+      continue;
+    }
+    missing.prepend(int(i));
+    if (remove) {
+      dictFileAdded.remove(photo->filePath);
+      copy.removeAt(i);
+    }
+  }
+  *batch_ = copy;
+  if (present == 0 && !batch_->isEmpty())
+    scheduleAfterDelay([this] { showAlertForAllPhotosDeleted(); });
+  return missing;
+}
+
+void AddPhotosVC::showAlertForAllPhotosDeleted() {
+  qCDebug(lcIntake, "show alert for all photos deleted");
+  const qsizetype n = batch_->size();
+  AddPhotosMessage m;
+  m.kind = AddPhotosMessage::Kind::PhotosDeleted;
+  m.title = QStringLiteral("PHOTO%1 DELETED").arg(plural(n, "S"));
+  m.text = QStringLiteral("Photo%1 no longer exists in the Source folder!").arg(plural(n, "s"));
+  // The panel keeps its remove button, so the gone photos can be dropped from the batch.
+  m.showsRemove = true;
+  message(m);
+}
+
+void AddPhotosVC::photoNotAvailableOnIndex(int index) {
+  (void)index;
+  AddPhotosMessage m;
+  m.kind = AddPhotosMessage::Kind::PhotoNotAvailable;
+  m.title = QStringLiteral("PHOTO NOT AVAILABLE");
+  m.text = QStringLiteral("Selected Photo not available at source location");
+  m.showsOk = false;
+  m.showsRemove = true;
+  message(m);
+}
+
+QList<int> AddPhotosVC::btnRemoveFromBatchOnAlertTapped() {
+  return checkForDeletedPhotosInSourceFolder(true);
+}
+
+QList<int> AddPhotosVC::viewWillAppear(bool isStartAsNewBatch) {
+  const QList<int> missing = checkForDeletedPhotosInSourceFolder(false);
+  if (isStartAsNewBatch && batch_->isEmpty())
+    dictFileAdded.clear();
+  return missing;
+}
+
+void AddPhotosVC::rebuildDictFileAdded() {
+  dictFileAdded.clear();
+  dictFileAdded.reserve(batch_->size());
+  for (const auto &photo : std::as_const(*batch_))
+    dictFileAdded.insert(photo->filePath, kAdded());
+}

@@ -1,0 +1,246 @@
+#pragma once
+
+#include <QDateTime>
+#include <QHash>
+#include <QList>
+#include <QSet>
+#include <QString>
+#include <QStringList>
+
+#include <atomic>
+#include <functional>
+#include <memory>
+
+class ImageFileInfo;
+class PhotoFile;
+class QEventLoop;
+class QObject;
+
+// A panel or alert of the add-photos screen. Titles are already upper case.
+struct AddPhotosMessage {
+  enum class Kind {
+    Trash,         // empty alert with "OK": nothing taken from the trash
+    LimitExceeded, // "PHOTOS LIMIT EXCEEDED"
+    FilesCannotBeAdded,
+    PhotosExist,
+    NoPhotosToAdd,
+    NoPhotoToDelete,
+    PhotosDeleted,     // every photo of the batch is gone from disk
+    PhotoNotAvailable, // the current photo is gone from disk
+  };
+  Kind kind = Kind::NoPhotosToAdd;
+  QString title;
+  QString text;
+  QString buttonTitle; // the alert's button, where it is not the panel's OK
+  bool showsOk = true;
+  bool showsRemove = false;
+};
+
+// One step of the add phase's progress display.
+struct AddPhotosProgress {
+  int photosAdded = 0;
+  int totalPhotoToAdd = 0;
+  int percent = 0;       // both progress bars
+  int shownPercent = 0;  // rounded down to a multiple of 5
+  QString percentText;   // "70 %"
+  QString pathText;      // "Photo path: : /folder"
+  QString pictureName;   // "fill_70", or "fill_1.png" when no such picture exists
+  QString progressText;  // "7 of 10 photos added", "10 photos added"
+  bool complete = false; // photosAdded reached totalPhotoToAdd
+};
+
+// A confirmation sheet (remove all, remove selected).
+struct AddPhotosSheet {
+  QString title;
+  QString text;
+};
+
+// What the add run shows. Every call arrives on the thread that owns the AddPhotosVC, in
+// order, while the background work waits for it to return, so a screen and the command
+// line see the same steps.
+class AddPhotosListener {
+public:
+  virtual ~AddPhotosListener() = default;
+  virtual void addPhotosMessage(const AddPhotosMessage &) {}
+  // The add phase begins: unless adding from a library, hide the drop area and show the
+  // progress panel; progress reset to an empty text, 0 and "fill_1.png"; screen input off.
+  virtual void addPhotosWillAdd(bool showProgressPanel) { (void)showProgressPanel; }
+  // A library's photos are about to be added: hide the drop area, show the progress panel.
+  virtual void addPhotosShowProgressPanel() {}
+  virtual void addPhotosProgress(const AddPhotosProgress &) {}
+  // The end-of-run step: refresh the summary line, reload the views, show the photos and
+  // turn screen input back on. May come twice in one run.
+  virtual void addPhotosEnded() {}
+  // The add run is over; nothing more comes for it.
+  virtual void addPhotosFinished() {}
+  // The date filter examined a file (the screen's information list shows it).
+  virtual void addPhotosExaminedForFilter(const std::shared_ptr<ImageFileInfo> &) {}
+  // A folder holds a name that is not valid UTF-8; that file cannot be added. Once per
+  // folder and run.
+  virtual void addPhotosUnreadableName(const QString &folder) { (void)folder; }
+};
+
+// Why an add request did not start a run.
+struct AddPhotosStatus {
+  enum class Code { Started, Ignored, Busy, Trash, DatesRefused, DatesIncomplete };
+  Code code = Code::Started;
+  QString message;
+  bool started() const { return code == Code::Started; }
+};
+
+// The add-photos screen's run without its widgets: turns chosen paths into PhotoFile
+// records appended to the batch, refuses duplicates and unsupported files, and keeps the
+// batch's duplicate keys (dictFileAdded) in step with the batch.
+//
+// The owner's thread must run a Qt event loop (waitForFinished runs one): the count and the
+// add phase run on their own threads and hand every display step back synchronously.
+class AddPhotosVC {
+public:
+  using Batch = QList<std::shared_ptr<PhotoFile>>;
+
+  // Works on the application's batch.
+  explicit AddPhotosVC(AddPhotosListener *listener = nullptr);
+  // Works on the given batch (tests, tools); batch must outlive the engine.
+  AddPhotosVC(Batch *batch, AddPhotosListener *listener);
+  ~AddPhotosVC();
+  AddPhotosVC(const AddPhotosVC &) = delete;
+  AddPhotosVC &operator=(const AddPhotosVC &) = delete;
+
+  void setListener(AddPhotosListener *listener) { listener_ = listener; }
+  Batch &batch() { return *batch_; }
+
+  // --- Entry points ---
+  // The file chooser confirmed paths: 0 "Add Photos" (files), 1 "Add Folder" (with
+  // sub-folders), 2 "Add with Filters" (sub-folders, the last From and To dates). Any other
+  // index does nothing. A first path inside the trash refuses the whole choice.
+  AddPhotosStatus btnAddPhotosTappedWithIndex(int index, const QStringList &chosenPaths);
+  // The filter sheet's Add: refuses dates that format alike or run backwards with the red
+  // note (status DatesRefused, message the note). Keeps the dates for the next run.
+  AddPhotosStatus btnAddFilterOnPopupTapped(const QDateTime &from, const QDateTime &to);
+  // The library chooser confirmed paths (iPhoto libraries).
+  AddPhotosStatus btnAddIphotosTapped(const QStringList &chosenPaths);
+  // Items dropped on the drop area: with sub-folders, no filter.
+  AddPhotosStatus handleFileDragDropNotification(const QStringList &paths);
+  // Items dropped on the list or thumbnail view: sub-folders and filter stay as the last
+  // add action left them.
+  AddPhotosStatus acceptDrop(const QStringList &paths);
+  // The command line: every path in one run; recursive as "Add Folder"; with both dates
+  // the filter as "Add with Filters" (always with sub-folders). Texts as the screen's.
+  AddPhotosStatus addPaths(const QStringList &paths, bool recursive, const QDateTime &from = {},
+                           const QDateTime &to = {});
+
+  // The stop button: the add phase ends before its next file.
+  void btnStopAddingTapped();
+  bool isRunning() const { return running_; }
+  // Runs an event loop until the current run is over (returns at once when idle).
+  void waitForFinished();
+
+  // --- The run's steps (public for the screen and for tests) ---
+  void addPhotosFromPathUrls(const QStringList &paths, bool isiPhoto);
+  qint32 countTotalPhotosToBeAddedFromUrls(const QStringList &paths, const QString &fileType);
+  bool isValidPhoto(const QString &path, const QString &fileType);
+  // A path is an image by its extension's type, or by one of the 20 exact-case extras.
+  static bool isImagePath(const QString &path);
+  static const QStringList &additionalImageExtensions();
+  // The folder's candidates: direct image files by the platform's exact extension list, or
+  // every non-folder entry below it (hidden entries skipped, packages not entered).
+  QStringList listFolder(const QString &folder, bool withSubFolders);
+
+  // --- Batch upkeep ---
+  // "Images Count: 3  |  Total Size: 6.00 MB  ", or empty for an empty batch.
+  QString updateBatchInformationInBottomView() const;
+  // Tag 1 (remove all): the confirmation sheet. Tag 0 (remove selected): the sheet, or, with
+  // nothing selected, the "NO PHOTO TO DELETE" message (sheet empty, message sent).
+  AddPhotosSheet btnOnRemovePhotoPopupTapped(int tag, int selectedCount);
+  void btnYesOnRemoveAllPhotoTapped();
+  void btnYesOnRemoveSelectedPhotoTapped(const QList<std::shared_ptr<PhotoFile>> &selected);
+  // Removes one photo (by identity) from the batch and from dictFileAdded.
+  void removePhotoFromBatch(const std::shared_ptr<PhotoFile> &photo);
+  // Walks the batch for photos gone from disk (or never sized); removes them when remove is
+  // true. Returns the indices of the missing photos, as they were before any removal. With
+  // no photo present, the all-deleted message follows after 0.2 seconds.
+  QList<int> checkForDeletedPhotosInSourceFolder(bool remove);
+  void showAlertForAllPhotosDeleted();
+  // The message for a current photo whose file has gone.
+  void photoNotAvailableOnIndex(int index);
+  // The message panel's remove button.
+  QList<int> btnRemoveFromBatchOnAlertTapped();
+  // The screen is shown: the missing-photo check without removal; a new, empty batch
+  // forgets its old duplicate keys.
+  QList<int> viewWillAppear(bool isStartAsNewBatch);
+  // The batch was replaced (skipped photos sent through again, a new batch): the duplicate
+  // keys become exactly the batch's paths.
+  void rebuildDictFileAdded();
+
+  // --- State (read by the screen; written only by the engine) ---
+  QHash<QString, QString> dictFileAdded;
+  QString selectedFileType = QStringLiteral("ALL");
+  const QStringList arrFileTypes = {QStringLiteral("*.*"),   QStringLiteral("*.JPG"),
+                                    QStringLiteral("*.BMP"), QStringLiteral("*.JPEG"),
+                                    QStringLiteral("*.GIF"), QStringLiteral("*.PNG")};
+  qint32 totalPhotoToAdd = 0;
+  qint32 photosAdded = 0;
+  qint32 alreadyExistsPhotosCount = 0;
+  qint32 damagedFileCount = 0;
+  bool isMAX_PHOTOS_LIMIT_EXCEEDED = false;
+  std::atomic<bool> isPHOTOS_PROCESSING_IN_PROGERESS{false};
+  bool isAddingPhotosInCollectionView = false;
+  bool isPhotosAlreadyAdded = false;
+  bool isPhotoFormatNotSupported = false;
+  bool isAddFromSubFolderSelected = false;
+  bool isAddingWithFilter = false;
+  bool isAddingIphotos = false;
+  bool isIphotoDirectorySelected = false;
+  qint32 pathType = 0; // 0 none, 1 folder, 2 package, 3 Photos library
+  QDateTime datePickerFromDate;
+  QDateTime datePickerToDate;
+
+  static constexpr qint32 kMaxPhotosLimit = 1000000;
+  // Tests lower the batch limit instead of making a million files.
+  void setMaxPhotosLimitForTesting(qint32 limit) { maxPhotosLimit_ = limit; }
+  // Records may be read ahead on a second thread; off gives the plain sequential run.
+  void setParallelReading(bool on) { parallelReading_ = on; }
+
+private:
+  struct Candidate;
+  class ReadAhead;
+  friend class ReadAhead;
+
+  void startRun(const QStringList &paths, bool isiPhoto);
+  void afterCount(qint32 count);
+  void addPhase();
+  void getAllFilesInFolder(const QString &folder, const QString &fileType,
+                           bool isSubFolderSelected);
+  void addListedPaths(const QStringList &paths, const QString &fileType);
+  void addToImageArray(const QString &path, const QString &fileType,
+                       std::shared_ptr<Candidate> prepared = {});
+  std::shared_ptr<Candidate> prepareCandidate(const QString &path, const QString &fileType) const;
+  bool typeMatches(const QString &path, const QString &fileType) const;
+  QDateTime captureDateFor(const QString &path, const QDateTime &fallback) const;
+  // 2 (iPhoto) or 3 (Photos library, refused) for a package; reads the library's photos.
+  bool isPhotosLibraryPackage(const QString &path);
+  QStringList libraryImagePaths(const QString &path) const;
+  void callForUpdatingProgressCountWithFilePath(const QString &path);
+  void processAfterAllPhotosAdded();
+  void showPromtForDamagedFiles();
+  void scheduleAfterDelay(std::function<void()> step);
+  void message(AddPhotosMessage m);
+  void finishIfIdle();
+  void startWorker(std::function<void()> work, bool highPriority);
+  // Runs step on the owner's thread and waits for it.
+  void onOwnerThread(const std::function<void()> &step);
+  void noteUnreadableName(const QString &folder);
+
+  Batch *batch_;
+  AddPhotosListener *listener_;
+  QObject *owner_;
+  QEventLoop *waitLoop_ = nullptr;
+  QStringList runPaths_;
+  QSet<QString> unreadableFolders_;
+  qint32 maxPhotosLimit_ = kMaxPhotosLimit;
+  int workers_ = 0;
+  int pendingSteps_ = 0;
+  bool running_ = false;
+  bool damagedPromptScheduled_ = false;
+  bool parallelReading_ = true;
+};
