@@ -1,6 +1,7 @@
 // The add run and the batch upkeep, driven on copies of the sample photos in a temporary
 // folder: what is added, in which order, and exactly which messages the user sees.
 
+#include "intake/AddPhotosConsole.h"
 #include "intake/AddPhotosVC.h"
 #include "intake/PhotoFile.h"
 #include "platform/StandardFolders.h"
@@ -616,6 +617,33 @@ TEST_F(AddRun, EntriesWhileBusyAndUnknownIndex) {
   EXPECT_EQ(engine.btnAddPhotosTappedWithIndex(0, {ten}).code, AddPhotosStatus::Code::Busy);
   engine.waitForFinished();
   EXPECT_EQ(batch.size(), 10);
+}
+
+QStringList diagnostics;
+void captureDiagnostic(QtMsgType, const QMessageLogContext &, const QString &text) {
+  diagnostics.append(text);
+}
+
+TEST_F(AddRun, ConsoleLinesAndDiagnosticLines) {
+  const QString a = photo(QStringLiteral("a.jpg"));
+  photo(QStringLiteral("Family.photoslibrary/x.jpg"));
+  add({a});
+  QStringList lines;
+  AddPhotosConsole console([&](const QString &line) { lines.append(line); });
+  engine.setListener(&console);
+  diagnostics.clear();
+  const QtMessageHandler previous = qInstallMessageHandler(captureDiagnostic);
+  engine.btnAddPhotosTappedWithIndex(1, {path("Family.photoslibrary"), a});
+  engine.waitForFinished();
+  qInstallMessageHandler(previous);
+  engine.setListener(&seen);
+  EXPECT_EQ(lines, QStringList{QStringLiteral("PHOTO EXISTS: Photo already exists in batch!")});
+  EXPECT_EQ(diagnostics, (QStringList{QStringLiteral("is adding iphotos = 0"),
+                                      QStringLiteral("library type is not correct"),
+                                      QStringLiteral("is adding photos count = 0")}));
+  AddPhotosMessage trash;
+  trash.kind = AddPhotosMessage::Kind::Trash;
+  EXPECT_TRUE(AddPhotosConsole::lineForMessage(trash).isEmpty());
 }
 
 } // namespace
