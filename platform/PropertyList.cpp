@@ -30,30 +30,23 @@ struct PlistDeleter {
 using Plist = std::unique_ptr<void, PlistDeleter>;
 
 // libplist reads and writes numbers with the C library's locale functions; under a
-// locale with a decimal comma "0.85" would read as 0. The thread uses the C numeric
-// rules while libplist runs.
-class CNumericScope {
+// locale with a decimal comma "0.85" would read as 0. The thread uses the C locale while
+// libplist runs (its text handling is its own, so only the numbers change).
+class CLocaleScope {
 public:
-  CNumericScope() {
-    if (locale_t base = duplocale(uselocale(locale_t(0)))) {
-      numeric_ = newlocale(LC_NUMERIC_MASK, "C", base);
-      if (numeric_)
-        previous_ = uselocale(numeric_);
-      else
-        freelocale(base);
-    }
+  CLocaleScope() {
+    static const locale_t cLocale = newlocale(LC_ALL_MASK, "C", locale_t(0));
+    if (cLocale)
+      previous_ = uselocale(cLocale);
   }
-  ~CNumericScope() {
-    if (numeric_) {
+  ~CLocaleScope() {
+    if (previous_)
       uselocale(previous_);
-      freelocale(numeric_);
-    }
   }
-  CNumericScope(const CNumericScope &) = delete;
-  CNumericScope &operator=(const CNumericScope &) = delete;
+  CLocaleScope(const CLocaleScope &) = delete;
+  CLocaleScope &operator=(const CLocaleScope &) = delete;
 
 private:
-  locale_t numeric_ = locale_t(0);
   locale_t previous_ = locale_t(0);
 };
 
@@ -260,7 +253,7 @@ bool parseDictionary(const QByteArray &xml, QVariantMap *out, QString *error) {
     setError(error, QStringLiteral("The property list is empty or too large."));
     return false;
   }
-  const CNumericScope numbers;
+  const CLocaleScope cLocale;
   plist_t root = nullptr;
   // Binary property lists are read as well; XML is what this application writes.
   plist_from_memory(xml.constData(), static_cast<uint32_t>(xml.size()), &root);
@@ -296,7 +289,7 @@ bool readDictionary(const QString &path, QVariantMap *out, QString *error) {
 }
 
 QByteArray toXml(const QVariantMap &dictionary) {
-  const CNumericScope numbers;
+  const CLocaleScope cLocale;
   Plist root(mapToDict(dictionary, 0));
   char *xml = nullptr;
   uint32_t length = 0;
