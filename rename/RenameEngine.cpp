@@ -1,0 +1,308 @@
+#include "rename/RenameEngine.h"
+
+#include "imaging/Utils.h"
+#include "platform/PathText.h"
+#include "rename/BatchRenameSetting.h"
+#include "rename/BoxedValue.h"
+
+#include <algorithm>
+
+using BoxedValue::boolValue;
+using BoxedValue::intValue;
+using BoxedValue::stringValue;
+
+const QString RenameEngine::kRawFormatNote = QStringLiteral(
+    "If you choose to \"Keep Original format\", then RAW and other additional image formats "
+    "will be saved as .png by default.");
+
+RenameRules RenameRules::fromSetting(const BatchRenameSetting &setting) {
+  RenameRules r;
+  r.renamingMode = setting.renamingMode();
+  r.outputFormat = setting.outputFormatIndex();
+
+  const QVariantMap &replace = setting.dictReplaceFileName;
+  r.replaceOn = boolValue(replace, RuleKey::State);
+  r.newName = stringValue(replace, RuleKey::NewName);
+
+  const QVariantMap &date = setting.dictDateTimeStamp;
+  r.dateOn = boolValue(date, RuleKey::State);
+  r.dateAs = intValue(date, RuleKey::As);
+  r.dateType = intValue(date, RuleKey::Type);
+  r.dateFormat = intValue(date, RuleKey::Format);
+  r.dateCustom = stringValue(date, RuleKey::Custom);
+
+  const QVariantMap &folder = setting.dictAppendFolderName;
+  r.folderOn = boolValue(folder, RuleKey::State);
+  r.folderAs = intValue(folder, RuleKey::As);
+
+  const QVariantMap &addString = setting.dictAddString;
+  r.addStringOn = boolValue(addString, RuleKey::State);
+  r.prefix = stringValue(addString, RuleKey::Prefix);
+  r.suffix = stringValue(addString, RuleKey::Suffix);
+  r.insert = stringValue(addString, RuleKey::Insert);
+  r.insertAt = intValue(addString, RuleKey::AtPosition);
+
+  const QVariantMap &digit = setting.dictAddDigit;
+  r.digitOn = boolValue(digit, RuleKey::State);
+  r.digitAs = intValue(digit, RuleKey::As);
+  r.digitAt = intValue(digit, RuleKey::AtPosition);
+  r.startingIndex = intValue(digit, RuleKey::StartingIndex);
+  r.increment = intValue(digit, RuleKey::Increment);
+
+  const QVariantMap &remove = setting.dictRemove;
+  r.removeOn = boolValue(remove, RuleKey::State);
+  r.firstN = intValue(remove, RuleKey::FirstN);
+  r.lastN = intValue(remove, RuleKey::LastN);
+  r.from = intValue(remove, RuleKey::From);
+  r.to = intValue(remove, RuleKey::To);
+  r.chars = stringValue(remove, RuleKey::Chars);
+  r.words = stringValue(remove, RuleKey::Words);
+
+  r.caseOn = boolValue(setting.dictChangeCaseFileName, RuleKey::State);
+  r.caseMode = intValue(setting.dictChangeCaseFileName, RuleKey::CaseMode);
+
+  r.lowerCaseExtensionOn = boolValue(setting.dictUseLowerCaseForFileExtension, RuleKey::State);
+  return r;
+}
+
+RenameEngine::RenameEngine(const RenameRules &rules, const QStringList &formats)
+    : rules_(rules), formats_(formats), datePattern_(datePatternForFormat(rules.dateFormat)) {}
+
+RenameEngine::RenameEngine(const BatchRenameSetting &setting, const QStringList &formats)
+    : RenameEngine(RenameRules::fromSetting(setting), formats) {}
+
+QString RenameEngine::datePatternForFormat(qint32 format) {
+  // Kept exactly as the system has always written them: "YYYY" is the week-based year,
+  // "hh" the 12-hour clock without a marker, "s" the unpadded second.
+  static const char *const kPatterns[] = {
+      "ddMMYYYY",   "ddMMYYYY hh:mm",   "ddMMYYYY hh:mm:s",
+      "dd-MM-YYYY", "dd-MM-YYYY hh:mm", "dd-MM-YYYY hh:mm:s",
+      "MM-dd-YYYY", "MM-dd-YYYY hh:mm", "MM-dd-YYYY hh:mm:s",
+  };
+  if (format < 0 || format > 8)
+    return QString();
+  return QString::fromLatin1(kPatterns[format]);
+}
+
+QString RenameEngine::dateText(const QDateTime &date, const QString &pattern) {
+  if (!date.isValid() || pattern.isEmpty())
+    return QString();
+  return Utils::getDateStringFromDate(date, pattern);
+}
+
+QString RenameEngine::cachedDateText(const QDateTime &date) {
+  if (!date.isValid() || datePattern_.isEmpty())
+    return QString();
+  const qint64 msecs = date.toMSecsSinceEpoch();
+  if (msecs < 0)
+    return dateText(date, datePattern_);
+  const qint64 second = msecs / 1000;
+  if (second != cachedSecond_) {
+    cachedText_ = dateText(date, datePattern_);
+    cachedSecond_ = second;
+  }
+  return cachedText_;
+}
+
+QString RenameEngine::extensionFor(const QString &fileExtension) {
+  const qint32 format = rules_.outputFormat;
+  // A format outside the list is read as "Keep original format".
+  if (format > 0 && format < formats_.size())
+    return formats_.at(format);
+  for (const QString &supported : std::as_const(formats_)) {
+    if (supported.compare(fileExtension, Qt::CaseInsensitive) == 0)
+      return fileExtension;
+  }
+  isRawFormatExist = true;
+  return QStringLiteral("png");
+}
+
+QString RenameEngine::stampText(const RenameSubject &subject) {
+  if (rules_.dateType == 3)
+    return rules_.dateCustom;
+  switch (rules_.dateType) {
+  case 0: {
+    QDateTime taken = subject.takenDate ? subject.takenDate() : QDateTime();
+    if (!taken.isValid())
+      taken = subject.fileCreationDate;
+    return cachedDateText(taken);
+  }
+  case 1:
+    return cachedDateText(subject.fileModifiedDate);
+  case 2:
+    return cachedDateText(QDateTime::currentDateTime());
+  default:
+    return QString();
+  }
+}
+
+namespace {
+
+void putAt(QString &name, qint32 as, const QString &text) {
+  if (as == 0)
+    name.prepend(text);
+  else
+    name.append(text);
+}
+
+qsizetype clampIndex(qint64 value, qsizetype length) {
+  return qsizetype(std::min<qint64>(std::max<qint64>(value, 0), length));
+}
+
+} // namespace
+
+QString RenameEngine::newName(const RenameSubject &subject, quint32 index) {
+  isRawFormatExist = false;
+  QString extension = extensionFor(subject.fileExtension);
+  const RenameRules &r = rules_;
+
+  if (r.renamingMode == 0) {
+    const QString base = platform::PathText::stringByDeletingPathExtension(subject.fileName);
+    return dropLoneSurrogates(base + QLatin1Char('.') + extension);
+  }
+
+  QString name =
+      r.replaceOn ? r.newName : platform::PathText::stringByDeletingPathExtension(subject.fileName);
+
+  if (r.dateOn)
+    putAt(name, r.dateAs, stampText(subject));
+
+  if (r.folderOn) {
+    const QString folder = platform::PathText::lastPathComponent(
+        platform::PathText::stringByDeletingLastPathComponent(subject.filePath));
+    putAt(name, r.folderAs, folder);
+  }
+
+  if (r.addStringOn) {
+    if (!r.prefix.isEmpty())
+      name.prepend(r.prefix);
+    if (!r.suffix.isEmpty())
+      name.append(r.suffix);
+    if (!r.insert.isEmpty())
+      name.insert(clampIndex(r.insertAt, name.size()), r.insert);
+  }
+
+  if (r.digitOn) {
+    // 32-bit arithmetic, wrapping as the stored integers do.
+    const qint32 number = qint32(quint32(r.increment) * quint32(index) + quint32(r.startingIndex));
+    const QString digits = QString::number(number);
+    if (r.digitAs == 0)
+      name.prepend(digits);
+    else if (r.digitAs == 1)
+      name.append(digits);
+    else if (r.digitAs == 2 && r.digitAt >= 0)
+      name.insert(clampIndex(r.digitAt, name.size()), digits);
+  }
+
+  if (r.removeOn) {
+    name.remove(0, clampIndex(r.firstN, name.size()));
+    name.chop(clampIndex(r.lastN, name.size()));
+    const qsizetype start = clampIndex(std::min(r.from, r.to), name.size());
+    const qsizetype end = clampIndex(r.to, name.size());
+    if (r.from < r.to && end > start)
+      name.remove(start, end - start);
+    if (!r.chars.isEmpty())
+      name = removeCharacters(name, r.chars);
+    if (!r.words.isEmpty())
+      name = removeWords(name, r.words);
+  }
+
+  if (r.caseOn) {
+    if (r.caseMode == 0)
+      name = name.toUpper();
+    else if (r.caseMode == 1)
+      name = name.toLower();
+    else if (r.caseMode == 2)
+      name = titleCase(name);
+  }
+
+  extension = r.lowerCaseExtensionOn ? extension.toLower() : extension.toUpper();
+  return dropLoneSurrogates(name + QLatin1Char('.') + extension);
+}
+
+QString RenameEngine::titleCase(const QString &text) {
+  QString out;
+  out.reserve(text.size());
+  bool wordStart = true;
+  for (qsizetype i = 0; i < text.size();) {
+    char32_t cp = text.at(i).unicode();
+    qsizetype width = 1;
+    if (QChar::isHighSurrogate(cp) && i + 1 < text.size() && text.at(i + 1).isLowSurrogate()) {
+      cp = QChar::surrogateToUcs4(text.at(i), text.at(i + 1));
+      width = 2;
+    }
+    const QString piece = text.mid(i, width);
+    if (QChar::isSpace(cp)) {
+      out += piece;
+      wordStart = true;
+    } else if (wordStart) {
+      const char32_t title = QChar::toTitleCase(cp);
+      out += title == cp ? piece.toUpper() : QString::fromUcs4(&title, 1);
+      wordStart = false;
+    } else {
+      out += piece.toLower();
+    }
+    i += width;
+  }
+  return out;
+}
+
+QString RenameEngine::removeWords(const QString &text, const QString &word) {
+  if (word.isEmpty())
+    return text;
+  QString out;
+  out.reserve(text.size());
+  qsizetype from = 0;
+  for (;;) {
+    const qsizetype hit = text.indexOf(word, from, Qt::CaseSensitive);
+    if (hit < 0)
+      break;
+    out += QStringView(text).mid(from, hit - from);
+    from = hit + word.size();
+  }
+  out += QStringView(text).mid(from);
+  return out;
+}
+
+QString RenameEngine::removeCharacters(const QString &text, const QString &chars) {
+  const QList<uint> listed = chars.toUcs4();
+  QString out;
+  out.reserve(text.size());
+  for (qsizetype i = 0; i < text.size();) {
+    qsizetype width = 1;
+    uint cp = text.at(i).unicode();
+    if (text.at(i).isHighSurrogate() && i + 1 < text.size() && text.at(i + 1).isLowSurrogate()) {
+      cp = QChar::surrogateToUcs4(text.at(i), text.at(i + 1));
+      width = 2;
+    }
+    if (!listed.contains(cp))
+      out += QStringView(text).mid(i, width);
+    i += width;
+  }
+  return out;
+}
+
+QString RenameEngine::dropLoneSurrogates(const QString &text) {
+  bool clean = true;
+  for (qsizetype i = 0; i < text.size() && clean; ++i) {
+    const QChar c = text.at(i);
+    if (c.isHighSurrogate() && i + 1 < text.size() && text.at(i + 1).isLowSurrogate())
+      ++i;
+    else if (c.isSurrogate())
+      clean = false;
+  }
+  if (clean)
+    return text;
+  QString out;
+  out.reserve(text.size());
+  for (qsizetype i = 0; i < text.size(); ++i) {
+    const QChar c = text.at(i);
+    if (c.isHighSurrogate() && i + 1 < text.size() && text.at(i + 1).isLowSurrogate()) {
+      out += c;
+      out += text.at(++i);
+    } else if (!c.isSurrogate()) {
+      out += c;
+    }
+  }
+  return out;
+}
