@@ -1,7 +1,6 @@
 #include "platform/Workspace.h"
 
 #include <QDBusConnection>
-#include <QDBusConnectionInterface>
 #include <QDBusMessage>
 #include <QDBusReply>
 #include <QDir>
@@ -31,19 +30,21 @@ bool sessionBusAvailable() {
   return QDBusConnection::sessionBus().isConnected();
 }
 
+// Asks the bus itself; every question has the same short time limit.
+QDBusMessage askBus(const QString &method, const QVariantList &arguments = {}) {
+  QDBusMessage call = QDBusMessage::createMethodCall(
+      QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
+      QStringLiteral("org.freedesktop.DBus"), method);
+  call.setArguments(arguments);
+  return QDBusConnection::sessionBus().call(call, QDBus::Block, kCallTimeoutMs);
+}
+
 // A service that is running or that the bus can start on demand.
 bool serviceReachable(const QString &service) {
-  QDBusConnectionInterface *bus = QDBusConnection::sessionBus().interface();
-  if (!bus)
-    return false;
-  const QDBusReply<bool> registered = bus->isServiceRegistered(service);
-  if (registered.isValid() && registered.value())
+  const QDBusReply<bool> owned = askBus(QStringLiteral("NameHasOwner"), {service});
+  if (owned.isValid() && owned.value())
     return true;
-  QDBusMessage list = QDBusMessage::createMethodCall(
-      QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
-      QStringLiteral("org.freedesktop.DBus"), QStringLiteral("ListActivatableNames"));
-  const QDBusReply<QStringList> activatable =
-      QDBusConnection::sessionBus().call(list, QDBus::Block, kCallTimeoutMs);
+  const QDBusReply<QStringList> activatable = askBus(QStringLiteral("ListActivatableNames"));
   return activatable.isValid() && activatable.value().contains(service);
 }
 
