@@ -3,7 +3,10 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <cstring>
 #include <functional>
+#include <limits>
+#include <memory>
 #include <vector>
 
 namespace platform::filterops {
@@ -68,6 +71,12 @@ VImage joinAlpha(const VImage &colour, const Bands &bands) {
 
 VImage toFloat(const VImage &image) {
   return image.format() == VIPS_FORMAT_FLOAT ? image : image.cast(VIPS_FORMAT_FLOAT);
+}
+
+// Float precision: libvips' fixed-point blur of 8-bit images drifts by a level or two,
+// enough to brighten a flat picture.
+VImage blurFloat(const VImage &image, double sigma) {
+  return image.gaussblur(sigma, VImage::option()->set("precision", VIPS_PRECISION_FLOAT));
 }
 
 // Pixel coordinates: band 0 is x, band 1 is y.
@@ -151,55 +160,93 @@ double cellNoise(int i, int j, uint32_t salt) {
   return double(h & 0xffffffu) / double(0x1000000);
 }
 
-// For each pixel, the nearest seed of a jittered grid (one seed per spacing x spacing cell,
-// at a random point between low and high of the cell, the grid anchored at origin). Bands:
-// seed x, seed y, squared distance to it.
-VImage nearestSeeds(int width, int height, QPointF origin, double spacing, double low,
-                    double high) {
+// Cells around the seeds of a jittered grid (one seed per spacing x spacing cell, at a
+// random point between low and high of the cell, the grid anchored at origin): every pixel
+// takes the source pixel under its nearest seed. With a dot radius, pixels farther than it
+// from their seed are paper (full intensity) instead. Whole pixels are copied, so this
+// works on any band format.
+VImage pickSeedPixels(const VImage &image, QPointF origin, double spacing, double low, double high,
+                      double dotRadius = 0) {
+  const int width = image.width();
+  const int height = image.height();
   const double ox = positiveModulo(origin.x(), spacing);
   const double oy = positiveModulo(origin.y(), spacing);
-  // Cell indices run from -2 (a neighbour of the partial first cell) to one past the last.
+  // Cells run from -2 (a neighbour of the partial first cell) to one past the last.
   constexpr int kFirst = -2;
   const int columns = int(std::floor((width - 1 - ox) / spacing)) + 4;
   const int rows = int(std::floor((height - 1 - oy) / spacing)) + 4;
-  std::vector<double> jx(size_t(columns) * rows);
-  std::vector<double> jy(jx.size());
+  std::vector<double> seedX(size_t(columns) * rows);
+  std::vector<double> seedY(seedX.size());
   for (int r = 0; r < rows; ++r) {
     for (int c = 0; c < columns; ++c) {
       const size_t k = size_t(r) * columns + c;
-      jx[k] = low + (high - low) * cellNoise(c + kFirst, r + kFirst, 1);
-      jy[k] = low + (high - low) * cellNoise(c + kFirst, r + kFirst, 2);
+      seedX[k] =
+          ox + (c + kFirst + low + (high - low) * cellNoise(c + kFirst, r + kFirst, 1)) * spacing;
+      seedY[k] =
+          oy + (r + kFirst + low + (high - low) * cellNoise(c + kFirst, r + kFirst, 2)) * spacing;
     }
   }
-  const VImage jitter =
-      VImage::new_matrix(columns, rows, jx.data(), int(jx.size()))
-          .bandjoin(VImage::new_matrix(columns, rows, jy.data(), int(jy.size())))
-          .cast(VIPS_FORMAT_FLOAT)
-          .copy(VImage::option()->set("interpretation", VIPS_INTERPRETATION_MULTIBAND));
 
-  const VImage xy = VImage::xyz(width, height).cast(VIPS_FORMAT_FLOAT);
-  const VImage cell = xy.linear({1 / spacing, 1 / spacing}, {-ox / spacing, -oy / spacing}).floor();
-  VImage bestSeed;
-  VImage bestDistance;
-  for (int dj = -1; dj <= 1; ++dj) {
-    for (int di = -1; di <= 1; ++di) {
-      const VImage candidate = cell.linear({1, 1}, {double(di), double(dj)});
-      const VImage offset = remap(jitter, candidate.linear({1, 1}, {-kFirst, -kFirst}), "nearest");
-      const VImage seed = (candidate + offset).linear({spacing, spacing}, {ox, oy});
-      const VImage diff = seed - xy;
-      const VImage squares = diff * diff;
-      const VImage distance = squares[0] + squares[1];
-      if (bestSeed.is_null()) {
-        bestSeed = seed;
-        bestDistance = distance;
-      } else {
-        const VImage closer = distance < bestDistance;
-        bestSeed = closer.ifthenelse(seed, bestSeed);
-        bestDistance = closer.ifthenelse(distance, bestDistance);
+  size_t size = 0;
+  const std::unique_ptr<void, void (*)(gpointer)> source(image.write_to_memory(&size), g_free);
+  const size_t pixelBytes = size / (size_t(width) * height);
+  auto *out = static_cast<unsigned char *>(g_malloc(size));
+  const auto *in = static_cast<const unsigned char *>(source.get());
+
+  std::vector<unsigned char> paper(pixelBytes);
+  if (dotRadius > 0) {
+    const VImage white =
+        (VImage::black(1, 1, VImage::option()->set("bands", image.bands())) + maxValue(image))
+            .cast(image.format());
+    size_t paperSize = 0;
+    const std::unique_ptr<void, void (*)(gpointer)> bytes(white.write_to_memory(&paperSize),
+                                                          g_free);
+    std::memcpy(paper.data(), bytes.get(), std::min(paperSize, pixelBytes));
+  }
+  const double dotLimit = dotRadius * dotRadius;
+
+  for (int y = 0; y < height; ++y) {
+    const int cellY = int(std::floor((y - oy) / spacing)) - kFirst;
+    for (int x = 0; x < width; ++x) {
+      const int cellX = int(std::floor((x - ox) / spacing)) - kFirst;
+      double best = std::numeric_limits<double>::max();
+      size_t bestCell = 0;
+      for (int r = cellY - 1; r <= cellY + 1; ++r) {
+        for (int c = cellX - 1; c <= cellX + 1; ++c) {
+          const size_t k = size_t(r) * columns + c;
+          const double dx = seedX[k] - x, dy = seedY[k] - y;
+          const double d = dx * dx + dy * dy;
+          if (d < best) {
+            best = d;
+            bestCell = k;
+          }
+        }
       }
+      unsigned char *target = out + (size_t(y) * width + x) * pixelBytes;
+      if (dotRadius > 0 && best >= dotLimit) {
+        std::memcpy(target, paper.data(), pixelBytes);
+        continue;
+      }
+      const long px = std::clamp(std::lround(seedX[bestCell]), 0L, long(width - 1));
+      const long py = std::clamp(std::lround(seedY[bestCell]), 0L, long(height - 1));
+      std::memcpy(target, in + (size_t(py) * width + size_t(px)) * pixelBytes, pixelBytes);
     }
   }
-  return bestSeed.bandjoin(bestDistance);
+  return VImage::new_from_memory_steal(out, size, width, height, image.bands(), image.format())
+      .copy(VImage::option()->set("interpretation", image.interpretation()));
+}
+
+// The picture seen through a zoom towards center: output pixel p shows the source at
+// center + (p - center) * factor.
+VImage zoomTowards(const VImage &image, QPointF center, double factor) {
+  const double a = 1.0 / factor;
+  return image.affine({a, 0, 0, a},
+                      VImage::option()
+                          ->set("interpolate", vips::VInterpolate::new_from_name("bilinear"))
+                          ->set("oarea", std::vector<int>{0, 0, image.width(), image.height()})
+                          ->set("odx", center.x() * (1 - a))
+                          ->set("ody", center.y() * (1 - a))
+                          ->set("extend", VIPS_EXTEND_COPY));
 }
 
 VImage asRgb(const VImage &image) {
@@ -211,7 +258,7 @@ VImage asRgb(const VImage &image) {
 VImage gaussianBlur(const VImage &image, double radius) {
   if (!(radius > 0))
     return image;
-  return fitFormat(toFloat(image).gaussblur(radius), image);
+  return fitFormat(blurFloat(image, radius), image);
 }
 
 VImage boxBlur(const VImage &image, double radius) {
@@ -266,17 +313,19 @@ VImage zoomBlur(const VImage &image, QPointF center, double amount) {
       {std::hypot(center.x(), center.y()), std::hypot(image.width() - center.x(), center.y()),
        std::hypot(center.x(), image.height() - center.y()),
        std::hypot(image.width() - center.x(), image.height() - center.y())});
-  // About one sample per pixel of the longest streak, within reason.
-  const int samples = std::clamp(int(std::ceil(span * farthest)), 2, 32);
-  const VImage xy = coordinates(image);
-  VImage sum;
-  for (int k = 0; k < samples; ++k) {
-    const double f = 1.0 - span * k / (samples - 1);
-    const VImage coords = xy.linear({f, f}, {center.x() * (1 - f), center.y() * (1 - f)});
-    const VImage sample = toFloat(remap(image, coords));
-    sum = sum.is_null() ? sample : sum + sample;
+  // About one sample per pixel of the longest streak, within reason. Each stage averages
+  // the picture with a copy of itself zoomed by the next power of the step, doubling the
+  // samples: after n stages the zoom factors are step^k for k = 0 .. 2^n - 1, the last being
+  // 1 - span. Stages are kept in memory, else every stage would compute the previous twice.
+  const int stages = std::clamp(int(std::ceil(std::log2(span * farthest))), 1, 6);
+  double factor = std::pow(1.0 - span, 1.0 / ((1 << stages) - 1));
+  VImage blurred = image;
+  for (int stage = 0; stage < stages; ++stage) {
+    const VImage sum = toFloat(blurred) + zoomTowards(blurred, center, factor);
+    blurred = fitFormat(sum * 0.5, image).copy_memory();
+    factor *= factor;
   }
-  return fitFormat(sum / double(samples), image);
+  return blurred;
 }
 
 VImage pixellate(const VImage &image, QPointF center, double scale) {
@@ -297,19 +346,12 @@ VImage pixellate(const VImage &image, QPointF center, double scale) {
 }
 
 VImage crystallize(const VImage &image, QPointF center, double radius) {
-  const double spacing = std::max(1.0, radius);
-  const VImage seeds = nearestSeeds(image.width(), image.height(), center, spacing, 0.0, 1.0)
-                           .extract_band(0, VImage::option()->set("n", 2));
-  return remap(image, seeds, "nearest");
+  return pickSeedPixels(image, center, std::max(1.0, radius), 0.0, 1.0);
 }
 
 VImage pointillize(const VImage &image, QPointF center, double radius) {
   const double r = std::max(1.0, radius);
-  const VImage nearest = nearestSeeds(image.width(), image.height(), center, 2 * r, 0.2, 0.8);
-  const VImage seeds = nearest.extract_band(0, VImage::option()->set("n", 2));
-  const VImage onDot = nearest[2] < r * r;
-  const std::vector<double> paper(size_t(image.bands()), maxValue(image));
-  return fitFormat(onDot.ifthenelse(remap(image, seeds, "nearest"), paper), image);
+  return pickSeedPixels(image, center, 2 * r, 0.2, 0.8, r);
 }
 
 VImage edges(const VImage &image, double intensity) {
@@ -327,7 +369,7 @@ VImage bloom(const VImage &image, double radius, double intensity) {
   const Bands bands = splitAlpha(image);
   const double top = maxValue(image);
   const VImage a = toFloat(bands.colour);
-  const VImage b = radius > 0 ? a.gaussblur(radius) : a;
+  const VImage b = radius > 0 ? blurFloat(bands.colour, radius) : a;
   // Screen blend a + b - ab, mixed in by intensity.
   const VImage screened = a + b * a.linear(-1.0 / top, 1.0) * std::clamp(intensity, 0.0, 1.0);
   return fitFormat(joinAlpha(screened, bands), image);
@@ -338,7 +380,7 @@ VImage gloom(const VImage &image, double radius, double intensity) {
   const double top = maxValue(image);
   const double k = std::clamp(intensity, 0.0, 1.0);
   const VImage a = toFloat(bands.colour);
-  const VImage b = radius > 0 ? a.gaussblur(radius) : a;
+  const VImage b = radius > 0 ? blurFloat(bands.colour, radius) : a;
   // Multiply blend ab, mixed in by intensity: a (1 - k + k b).
   const VImage multiplied = a * b.linear(k / top, 1.0 - k);
   return fitFormat(joinAlpha(multiplied, bands), image);
@@ -428,7 +470,7 @@ VImage unsharpMask(const VImage &image, double radius, double intensity) {
     return image;
   const Bands bands = splitAlpha(image);
   const VImage a = toFloat(bands.colour);
-  const VImage sharpened = a + (a - a.gaussblur(radius)) * intensity;
+  const VImage sharpened = a + (a - blurFloat(bands.colour, radius)) * intensity;
   return fitFormat(joinAlpha(sharpened, bands), image);
 }
 

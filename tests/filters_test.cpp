@@ -91,9 +91,11 @@ void PrintTo(const FilterCase &c, std::ostream *os) {
   *os << c.name;
 }
 
-void blurs(const VImage &source, const VImage &out, double ratio) {
+// Zooming towards the centre enlarges the middle of the picture, which moves the mean a
+// little: hence the wider tolerance there.
+void blurs(const VImage &source, const VImage &out, double ratio, double meanTolerance = 2.0) {
   EXPECT_LT(highFrequency(out), ratio * highFrequency(source));
-  EXPECT_NEAR(out.avg(), source.avg(), 2.0);
+  EXPECT_NEAR(out.avg(), source.avg(), meanTolerance);
 }
 
 void distortsCentreOnly(const VImage &source, const VImage &out) {
@@ -120,7 +122,7 @@ const std::vector<FilterCase> &cases() {
       {"CIZoomBlur",
        {{QStringLiteral("inputAmount"), 40}},
        [](auto &s, auto &o) {
-         blurs(s, o, 0.7);
+         blurs(s, o, 0.7, 4.0);
          // Streaks grow with the distance from the centre: the middle keeps its detail best.
          const auto kept = [&](int x, int y) {
            return highFrequency(region(o, x, y, 80, 80)) / highFrequency(region(s, x, y, 80, 80));
