@@ -1,7 +1,14 @@
 #pragma once
 
 #include <QDateTime>
+#include <QSize>
+#include <QSizeF>
 #include <QString>
+#include <QVariantMap>
+
+#include <optional>
+
+#include <vips/vips8>
 
 // The shared utility object: one instance for the process, made on first use. Class-level
 // helpers are static members. Each group of operations lives in its own source file
@@ -27,6 +34,60 @@ public:
   static QString getDateStringFromDate(const QDateTime &date, const QString &pattern);
   // "yyyyMMddTHHmm" in the current time zone.
   static QString getDateInFormatNEW(const QDateTime &date);
+
+  // --- Image utilities (UtilsImage.cpp) ---
+
+  // Which part of the picture a fill thumbnail keeps once it has been scaled to cover the
+  // asked size: the middle, the top-left edge, or the bottom-right edge.
+  enum CropMode { CropModeCenter = 0, CropModeStart = 1, CropModeEnd = 2 };
+
+  // The batch run's loader: the photo upright and as 8-bit sRGB (grey, CMYK and 16-bit
+  // photos converted, alpha kept), so every encoder takes it. Camera RAW files are
+  // developed by the RAW decoder. None when the file cannot be decoded.
+  std::optional<vips::VImage> getImageWithFixedOrientionFromUrl(const QString &path);
+  // A grey image made three-band RGB of the same pixel size.
+  std::optional<vips::VImage> convertGraycolorModelToRgb(const vips::VImage &image);
+  // The picture's pixel size as seen upright; (0, 0) when the file states none.
+  QSizeF getImageOriginalSizeAtFilePathUrl(const QString &path);
+  // The whole image drawn into an image of exactly newSize; none for an empty size.
+  static std::optional<vips::VImage> scaleImage(const vips::VImage &image, QSize newSize);
+  // The stored bitmap turned by EXIF orientation o (2-8); any other o leaves it unchanged.
+  static vips::VImage RotateWithEXIF(const vips::VImage &bitmap, int orientation);
+  // The number of the batch's applied filters that are switched on.
+  qint32 totalBatchStepsApplied();
+  // size scaled so that its width is maxWidth, aspect kept (enlarging or shrinking).
+  static QSizeF aspectFitSizeWithMaxSize(QSizeF size, float maxWidth);
+  // An upright thumbnail fitted to size's width, through libvips' shrink-on-load thumbnailer;
+  // none for an empty path.
+  std::optional<vips::VImage> getThumbnailImageAtFilePath(const QString &path, QSizeF size);
+  // The image scaled to cover size with its aspect kept, then cut to size by cropMode.
+  std::optional<vips::VImage> getAspectFillImageFormImage(const vips::VImage &image, QSize size,
+                                                          CropMode cropMode);
+  // 8-bit sRGB (three bands, or four with alpha) of any decoded image; none when the image's
+  // bands cannot be read as a picture.
+  static std::optional<vips::VImage> toEightBitRgb(const vips::VImage &image);
+
+  // --- Encoding (UtilsEncode.cpp) ---
+
+  // Writes one file of representation type 0-6 (TIFF, BMP, GIF, JPEG, JPEG, PNG, JPEG 2000)
+  // at path (the writer gives a temporary file that it renames into place), with the
+  // properties of the source file sourcePath carried by the metadata writer (not for GIF and
+  // BMP), "Orientation" 1 when automatic correction is on. factor is the lossy quality (0-1).
+  // False when nothing was written; *reason then tells why.
+  bool saveImageInSelectedFormat(int repType, const QString &path, const vips::VImage &image,
+                                 const vips::VImage &bitmap, const QVariantMap &exifDict,
+                                 float factor, int orientation, const QString &sourcePath,
+                                 QString *reason = nullptr);
+  // Encodes pixels only (no metadata) into path as representation type repType, whatever
+  // path's extension. compressionLevel -1 writes the format's plain form; 0-9 is the
+  // compressor's effort (PNG zlib level; TIFF 1-4 LZW, 5-9 deflate, both with the
+  // horizontal predictor; GIF palette effort 1-10; no effect on the other types).
+  static bool encodeImage(const vips::VImage &image, const QString &path, int repType, float factor,
+                          int compressionLevel, QString *reason = nullptr);
+  // The properties dictionary of image 0 of the file; empty when it cannot be opened.
+  QVariantMap getImageeExifDict(const QString &path);
+  // The image as the encoders take it (8-bit sRGB, alpha kept).
+  vips::VImage getCgiImageRef(const vips::VImage &image);
 
 private:
   Utils() = default;

@@ -1,0 +1,159 @@
+#include "platform/MetadataCopy.h"
+
+#include <QFile>
+
+#include <exiv2/exiv2.hpp>
+
+#include <mutex>
+
+namespace platform::MetadataCopy {
+
+namespace {
+
+std::mutex &xmpMutex() {
+  static std::mutex mutex;
+  return mutex;
+}
+
+void xmpLock(void *, bool lock) {
+  if (lock)
+    xmpMutex().lock();
+  else
+    xmpMutex().unlock();
+}
+
+void initializeOnce() {
+  static std::once_flag once;
+  std::call_once(once, [] {
+    Exiv2::LogMsg::setLevel(Exiv2::LogMsg::mute);
+    Exiv2::XmpParser::initialize(xmpLock, nullptr);
+    Exiv2::enableBMFF(true);
+  });
+}
+
+std::string nativePath(const QString &path) {
+  return QFile::encodeName(path).toStdString();
+}
+
+// Tags that describe the stored pixels of the source (its strips, tiles, sample layout)
+// and would lie about the output's.
+bool describesSourcePixels(const Exiv2::Exifdatum &datum) {
+  static const char *const kKeys[] = {"Exif.Image.ImageWidth",
+                                      "Exif.Image.ImageLength",
+                                      "Exif.Image.BitsPerSample",
+                                      "Exif.Image.Compression",
+                                      "Exif.Image.PhotometricInterpretation",
+                                      "Exif.Image.StripOffsets",
+                                      "Exif.Image.SamplesPerPixel",
+                                      "Exif.Image.RowsPerStrip",
+                                      "Exif.Image.StripByteCounts",
+                                      "Exif.Image.PlanarConfiguration",
+                                      "Exif.Image.TileWidth",
+                                      "Exif.Image.TileLength",
+                                      "Exif.Image.TileOffsets",
+                                      "Exif.Image.TileByteCounts",
+                                      "Exif.Image.SampleFormat",
+                                      "Exif.Image.ExtraSamples",
+                                      "Exif.Image.Predictor",
+                                      "Exif.Image.FillOrder",
+                                      "Exif.Image.NewSubfileType",
+                                      "Exif.Image.SubIFDs"};
+  const std::string key = datum.key();
+  for (const char *k : kKeys) {
+    if (key == k)
+      return true;
+  }
+  // Sub-images (the old thumbnail's IFD1, preview IFDs) belong to the source.
+  const std::string group = datum.groupName();
+  return group == "Thumbnail" || group.rfind("SubImage", 0) == 0 ||
+         (group.rfind("Image", 0) == 0 && group != "Image");
+}
+
+} // namespace
+
+bool copy(const QString &source, const QString &destination, const Options &options,
+          QString *reason) {
+  initializeOnce();
+  Exiv2::ExifData exif;
+  Exiv2::IptcData iptc;
+  Exiv2::XmpData xmp;
+  try {
+    Exiv2::Image::AutoPtr in = Exiv2::ImageFactory::open(nativePath(source));
+    in->readMetadata();
+    exif = in->exifData();
+    iptc = in->iptcData();
+    xmp = in->xmpData();
+  } catch (const std::exception &) {
+    // Nothing readable to carry: the output simply goes without.
+    return true;
+  }
+  try {
+    Exiv2::ExifThumb(exif).erase();
+    for (auto it = exif.begin(); it != exif.end();) {
+      if (describesSourcePixels(*it))
+        it = exif.erase(it);
+      else
+        ++it;
+    }
+    if (options.resetOrientation) {
+      exif["Exif.Image.Orientation"] = uint16_t(1);
+      if (!xmp.empty())
+        xmp["Xmp.tiff.Orientation"] = "1";
+    }
+    if (options.pixelWidth > 0 && options.pixelHeight > 0) {
+      if (exif.findKey(Exiv2::ExifKey("Exif.Photo.PixelXDimension")) != exif.end() ||
+          exif.findKey(Exiv2::ExifKey("Exif.Photo.PixelYDimension")) != exif.end()) {
+        exif["Exif.Photo.PixelXDimension"] = uint32_t(options.pixelWidth);
+        exif["Exif.Photo.PixelYDimension"] = uint32_t(options.pixelHeight);
+      }
+      if (xmp.findKey(Exiv2::XmpKey("Xmp.exif.PixelXDimension")) != xmp.end()) {
+        xmp["Xmp.exif.PixelXDimension"] = std::to_string(options.pixelWidth);
+        xmp["Xmp.exif.PixelYDimension"] = std::to_string(options.pixelHeight);
+      }
+      if (xmp.findKey(Exiv2::XmpKey("Xmp.tiff.ImageWidth")) != xmp.end()) {
+        xmp["Xmp.tiff.ImageWidth"] = std::to_string(options.pixelWidth);
+        xmp["Xmp.tiff.ImageLength"] = std::to_string(options.pixelHeight);
+      }
+    }
+    Exiv2::Image::AutoPtr out = Exiv2::ImageFactory::open(nativePath(destination));
+    out->readMetadata();
+    out->setExifData(exif);
+    out->setIptcData(iptc);
+    out->setXmpData(xmp);
+    out->writeMetadata();
+    return true;
+  } catch (const std::exception &error) {
+    if (reason)
+      *reason = QString::fromLocal8Bit(error.what());
+    return false;
+  }
+}
+
+QString readValue(const QString &path, const QString &key) {
+  initializeOnce();
+  try {
+    Exiv2::Image::AutoPtr image = Exiv2::ImageFactory::open(nativePath(path));
+    image->readMetadata();
+    const std::string k = key.toStdString();
+    if (key.startsWith(QLatin1String("Exif."))) {
+      auto it = image->exifData().findKey(Exiv2::ExifKey(k));
+      return it == image->exifData().end() ? QString() : QString::fromStdString(it->toString());
+    }
+    if (key.startsWith(QLatin1String("Iptc."))) {
+      QStringList values;
+      for (const auto &datum : image->iptcData()) {
+        if (datum.key() == k)
+          values << QString::fromStdString(datum.toString());
+      }
+      return values.join(QLatin1Char(','));
+    }
+    if (key.startsWith(QLatin1String("Xmp."))) {
+      auto it = image->xmpData().findKey(Exiv2::XmpKey(k));
+      return it == image->xmpData().end() ? QString() : QString::fromStdString(it->toString());
+    }
+  } catch (const std::exception &) {
+  }
+  return {};
+}
+
+} // namespace platform::MetadataCopy

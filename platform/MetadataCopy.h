@@ -1,0 +1,25 @@
+#pragma once
+
+#include <QString>
+
+// Carries a photo's EXIF, IPTC and XMP from its source file into a freshly encoded output
+// (JPEG, PNG, TIFF, JPEG 2000, WebP), with Exiv2. The encoder writes pixels only; this step
+// adds what describes them.
+namespace platform::MetadataCopy {
+
+struct Options {
+  bool resetOrientation = false; // "Orientation" 1 in IFD0 and XMP (the pixels are upright)
+  int pixelWidth = 0;            // the output's size, written over the EXIF pixel dimensions
+  int pixelHeight = 0;
+};
+
+// False (with *reason) when the destination could not be rewritten; a source without
+// readable metadata is not an error: there is simply nothing to carry.
+bool copy(const QString &source, const QString &destination, const Options &options,
+          QString *reason = nullptr);
+
+// Test and diagnosis helper: the text value of one Exiv2 key ("Exif.Image.Orientation",
+// "Xmp.tiff.Orientation", "Iptc.Application2.Keywords"), empty when absent or unreadable.
+QString readValue(const QString &path, const QString &key);
+
+} // namespace platform::MetadataCopy

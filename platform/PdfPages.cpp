@@ -1,0 +1,107 @@
+#include "platform/PdfPages.h"
+
+#include <QFile>
+#include <QFileInfo>
+
+#include <qpdf/QPDF.hh>
+#include <qpdf/QPDFObjectHandle.hh>
+#include <qpdf/QPDFPageDocumentHelper.hh>
+#include <qpdf/QPDFPageObjectHelper.hh>
+#include <qpdf/QPDFWriter.hh>
+
+#include <cstdio>
+
+namespace platform::PdfPages {
+
+namespace {
+
+std::string nativePath(const QString &path) {
+  return QFile::encodeName(path).toStdString();
+}
+
+std::string number(double value) {
+  char text[64];
+  std::snprintf(text, sizeof text, "%.4f", value);
+  return text;
+}
+
+} // namespace
+
+bool appendJpegPage(const QString &pdfPath, const QString &outputPath, const JpegPicture &picture,
+                    QString *reason) {
+  if (picture.bytes.isEmpty() || picture.width <= 0 || picture.height <= 0) {
+    if (reason)
+      *reason = QStringLiteral("no picture for the page");
+    return false;
+  }
+  try {
+    QPDF pdf;
+    pdf.setSuppressWarnings(true);
+    if (QFileInfo(pdfPath).isFile())
+      pdf.processFile(nativePath(pdfPath).c_str());
+    else
+      pdf.emptyPDF();
+
+    QPDFObjectHandle image = QPDFObjectHandle::newStream(
+        &pdf, std::string(picture.bytes.constData(), size_t(picture.bytes.size())));
+    QPDFObjectHandle imageDict = image.getDict();
+    imageDict.replaceKey("/Type", QPDFObjectHandle::newName("/XObject"));
+    imageDict.replaceKey("/Subtype", QPDFObjectHandle::newName("/Image"));
+    imageDict.replaceKey("/Width", QPDFObjectHandle::newInteger(picture.width));
+    imageDict.replaceKey("/Height", QPDFObjectHandle::newInteger(picture.height));
+    imageDict.replaceKey(
+        "/ColorSpace",
+        QPDFObjectHandle::newName(picture.components == 1 ? "/DeviceGray" : "/DeviceRGB"));
+    imageDict.replaceKey("/BitsPerComponent", QPDFObjectHandle::newInteger(8));
+    imageDict.replaceKey("/Filter", QPDFObjectHandle::newName("/DCTDecode"));
+
+    const double pageWidth = picture.width * 72.0 / (picture.dpiX > 0 ? picture.dpiX : 72.0);
+    const double pageHeight = picture.height * 72.0 / (picture.dpiY > 0 ? picture.dpiY : 72.0);
+    const std::string drawing =
+        "q " + number(pageWidth) + " 0 0 " + number(pageHeight) + " 0 0 cm /Im1 Do Q\n";
+    QPDFObjectHandle contents = QPDFObjectHandle::newStream(&pdf, drawing);
+
+    QPDFObjectHandle xobjects = QPDFObjectHandle::newDictionary();
+    xobjects.replaceKey("/Im1", image);
+    QPDFObjectHandle resources = QPDFObjectHandle::newDictionary();
+    resources.replaceKey("/XObject", xobjects);
+    resources.replaceKey("/ProcSet", QPDFObjectHandle::parse("[/PDF /ImageC /ImageB]"));
+
+    QPDFObjectHandle mediaBox = QPDFObjectHandle::newArray();
+    mediaBox.appendItem(QPDFObjectHandle::newInteger(0));
+    mediaBox.appendItem(QPDFObjectHandle::newInteger(0));
+    mediaBox.appendItem(QPDFObjectHandle::newReal(pageWidth, 4));
+    mediaBox.appendItem(QPDFObjectHandle::newReal(pageHeight, 4));
+
+    QPDFObjectHandle page = QPDFObjectHandle::newDictionary();
+    page.replaceKey("/Type", QPDFObjectHandle::newName("/Page"));
+    page.replaceKey("/MediaBox", mediaBox);
+    page.replaceKey("/Resources", resources);
+    page.replaceKey("/Contents", contents);
+    page = pdf.makeIndirectObject(page);
+
+    QPDFPageDocumentHelper(pdf).addPage(QPDFPageObjectHelper(page), false);
+
+    QPDFWriter writer(pdf, nativePath(outputPath).c_str());
+    writer.setStaticID(false);
+    writer.write();
+    return true;
+  } catch (const std::exception &error) {
+    if (reason)
+      *reason = QString::fromLocal8Bit(error.what());
+    return false;
+  }
+}
+
+int pageCount(const QString &pdfPath) {
+  try {
+    QPDF pdf;
+    pdf.setSuppressWarnings(true);
+    pdf.processFile(nativePath(pdfPath).c_str());
+    return int(QPDFPageDocumentHelper(pdf).getAllPages().size());
+  } catch (const std::exception &) {
+    return -1;
+  }
+}
+
+} // namespace platform::PdfPages

@@ -1,0 +1,124 @@
+#include "platform/SafeWrite.h"
+
+#include <QDir>
+#include <QFile>
+#include <QRegularExpression>
+
+#include <atomic>
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace platform::SafeWrite {
+
+namespace {
+
+QByteArray native(const QString &path) {
+  return QFile::encodeName(path);
+}
+
+QString errorText(int error) {
+  return QString::fromLocal8Bit(std::strerror(error));
+}
+
+} // namespace
+
+unsigned newFileMode() {
+  // umask can only be read by setting it; do it once, before any thread writes files.
+  static const unsigned mode = [] {
+    const mode_t mask = ::umask(022);
+    ::umask(mask);
+    return 0666u & ~unsigned(mask);
+  }();
+  return mode;
+}
+
+QString createTemporaryFile(const QString &folder, QString *reason) {
+  static std::atomic<unsigned> counter{0};
+  const unsigned mode = newFileMode();
+  for (int attempt = 0; attempt < 100; ++attempt) {
+    const QString path = QStringLiteral("%1/.quillmere-%2-%3.part")
+                             .arg(folder)
+                             .arg(qint64(::getpid()))
+                             .arg(counter.fetch_add(1));
+    const int fd = ::open(native(path).constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+    if (fd >= 0) {
+      ::close(fd);
+      ::chmod(native(path).constData(), mode);
+      return path;
+    }
+    if (errno != EEXIST) {
+      if (reason)
+        *reason = errorText(errno);
+      return {};
+    }
+  }
+  if (reason)
+    *reason = QStringLiteral("no free temporary name");
+  return {};
+}
+
+bool commit(const QString &temporary, const QString &finalPath, bool replace, QString *reason,
+            bool *alreadyExists) {
+  if (alreadyExists)
+    *alreadyExists = false;
+  const QByteArray from = native(temporary);
+  const QByteArray to = native(finalPath);
+  ::chmod(from.constData(), newFileMode());
+  if (replace) {
+    if (::rename(from.constData(), to.constData()) == 0)
+      return true;
+    if (reason)
+      *reason = errorText(errno);
+    ::unlink(from.constData());
+    return false;
+  }
+  // A hard link fails atomically when the name is taken, so a file that appeared meanwhile
+  // is never replaced.
+  if (::link(from.constData(), to.constData()) == 0) {
+    ::unlink(from.constData());
+    return true;
+  }
+  int error = errno;
+  if (error != EEXIST) {
+    // File systems without hard links: the check and the rename are then two steps.
+    struct stat info;
+    if (::lstat(to.constData(), &info) != 0 && errno == ENOENT) {
+      if (::rename(from.constData(), to.constData()) == 0)
+        return true;
+      error = errno;
+    } else {
+      error = EEXIST;
+    }
+  }
+  if (error == EEXIST && alreadyExists)
+    *alreadyExists = true;
+  if (reason)
+    *reason = errorText(error);
+  ::unlink(from.constData());
+  return false;
+}
+
+int removeStaleTemporaryFiles(const QString &folder) {
+  static const QRegularExpression pattern(QStringLiteral("^\\.quillmere-(\\d+)-\\d+\\.part$"));
+  int removed = 0;
+  const QStringList names =
+      QDir(folder).entryList({QStringLiteral(".quillmere-*.part")}, QDir::Files | QDir::Hidden);
+  for (const QString &name : names) {
+    const QRegularExpressionMatch match = pattern.match(name);
+    if (!match.hasMatch())
+      continue;
+    const pid_t pid = pid_t(match.captured(1).toLongLong());
+    if (pid == ::getpid() || (::kill(pid, 0) == 0 || errno == EPERM))
+      continue;
+    if (QFile::remove(folder + QLatin1Char('/') + name))
+      ++removed;
+  }
+  return removed;
+}
+
+} // namespace platform::SafeWrite

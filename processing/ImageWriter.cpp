@@ -1,0 +1,333 @@
+#include "processing/ImageWriter.h"
+
+#include "app/AppDelegate.h"
+#include "imaging/Utils.h"
+#include "intake/PhotoFile.h"
+#include "platform/Files.h"
+#include "platform/MetadataCopy.h"
+#include "platform/PdfPages.h"
+#include "platform/SafeWrite.h"
+#include "platform/StandardFolders.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+
+#include <cmath>
+#include <cstdio>
+
+using vips::VImage;
+
+namespace {
+
+const QStringList &stillExtensions() {
+  static const QStringList list = {QStringLiteral("Keep original format"),
+                                   QStringLiteral("tif"),
+                                   QStringLiteral("bmp"),
+                                   QStringLiteral("gif"),
+                                   QStringLiteral("jpg"),
+                                   QStringLiteral("jpeg"),
+                                   QStringLiteral("png"),
+                                   QStringLiteral("jp2")};
+  return list;
+}
+
+void logLine(const QString &line) {
+  std::fprintf(stderr, "%s\n", qPrintable(line));
+}
+
+// File-manager failures are logged; "no such file" is the one the writer expects to see.
+void removeLogged(const QString &path) {
+  if (!QFile::exists(path))
+    return;
+  if (!QFile::remove(path))
+    logLine(QStringLiteral("could not remove %1").arg(path));
+}
+
+bool samePath(const QString &a, const QString &b) {
+  const QString ca = QFileInfo(a).canonicalFilePath();
+  const QString cb = QFileInfo(b).canonicalFilePath();
+  if (!ca.isEmpty() && !cb.isEmpty())
+    return ca == cb;
+  return QDir::cleanPath(a) == QDir::cleanPath(b);
+}
+
+} // namespace
+
+QString ImageWriter::pictureFolderPath() {
+  return platform::picturesDirectory() + QStringLiteral("/Quillmere");
+}
+
+float ImageWriter::qualityFactor(const RunSettings &settings) {
+  if (usesQualityBranch(settings))
+    return settings.isSetQuality ? float(double(settings.qualityRatio) * 0.98) : 0.82f;
+  return 0.98f;
+}
+
+bool ImageWriter::usesQualityBranch(const RunSettings &settings) {
+  const int f = settings.outputFormat;
+  return f == 4 || f == 5 || f == 7 || f == 0;
+}
+
+int ImageWriter::pdfPageQuality(const RunSettings &settings) {
+  if (!settings.isSetCompression)
+    return 82;
+  return 90 - 7 * std::clamp(int(settings.compressionRatio), 0, 9);
+}
+
+int ImageWriter::repTypeForExtension(const QString &extension) {
+  const QString e = extension.toLower();
+  if (e == QLatin1String("tiff"))
+    return 0;
+  const int position = stillExtensions().indexOf(e);
+  return position >= 1 ? position - 1 : -1;
+}
+
+void ImageWriter::makePictureFolderIfNeeded(const QString &newPath) {
+  const QString folder = pictureFolderPath();
+  if (newPath.contains(folder) && !QFileInfo::exists(folder)) {
+    if (platform::Files::createDirectory(folder).ok)
+      logLine(QStringLiteral("directory created successfully %1").arg(folder));
+  }
+}
+
+WriteReport ImageWriter::saveImgInDirectoryFilteredImg(const VImage &image, const QString &newPath,
+                                                       int repType, const PhotoFile &photo) {
+  WriteReport report;
+  makePictureFolderIfNeeded(newPath);
+  const QString extension = QFileInfo(newPath).suffix();
+  bool alreadyExists = false;
+  bool produced = false;
+  // The list is matched case-sensitively; an extension in capitals that still names a
+  // picture format keeps the still-image path, so a file's bytes always match its name.
+  if (stillExtensions().contains(extension) ||
+      (!extension.isEmpty() && repTypeForExtension(extension) >= 0)) {
+    produced = saveImageUsingDefaultMethodInDirectoryFilteredImg(image, newPath, repType, photo,
+                                                                 &report.reason, &alreadyExists);
+  } else {
+    produced = saveImageUsingImageMagick(image, newPath, photo, &report.reason, &alreadyExists);
+  }
+  report.produced = produced;
+  if (alreadyExists) {
+    // A file appeared at the destination after the preview and overwriting is off.
+    report.status = 3;
+    report.message = QStringLiteral("File already exists in destination folder");
+    return report;
+  }
+
+  if (produced && settings.setOutputDateTimeAsOriginal) {
+    // Linux keeps no settable creation (birth) time: the output gets the source's
+    // modification and access times and its permissions; its birth time stays the write's.
+    const platform::Files::Attributes source = platform::Files::attributesOfItem(photo.filePath);
+    if (source.exists) {
+      platform::Files::setDates(newPath, source.modificationDate, source.accessDate);
+      platform::Files::setPermissions(newPath, source.permissions & 07777);
+    }
+  }
+
+  // The source goes to the trash only when this write put a new file in place and that file
+  // is not the source itself (a beside-the-source overwrite under the same name).
+  if (settings.moveAndRenameToDestinationFolder && produced && QFileInfo::exists(newPath) &&
+      !samePath(newPath, photo.filePath)) {
+    const platform::Files::Result result = platform::Files::moveToTrash(photo.filePath);
+    if (!result.ok)
+      logLine(result.message);
+  }
+  return report;
+}
+
+bool ImageWriter::writeStill(const VImage &image, const VImage &bitmap,
+                             const QVariantMap &properties, const QString &newPath, int repType,
+                             float factor, int orientation, int compressionLevel,
+                             const PhotoFile &photo, QString *reason, bool *alreadyExists) {
+  const QString folder = QFileInfo(newPath).absolutePath();
+  if (!settings.owerwriteExistingFiles && QFileInfo::exists(newPath)) {
+    *alreadyExists = true;
+    *reason = QStringLiteral("a file already exists at the destination");
+    return false;
+  }
+  const QString temporary = platform::SafeWrite::createTemporaryFile(folder, reason);
+  if (temporary.isEmpty())
+    return false;
+  bool written = false;
+  if (compressionLevel < 0) {
+    written = Utils::sharedUtils().saveImageInSelectedFormat(
+        repType, temporary, image, bitmap, properties, factor, orientation, photo.filePath, reason);
+  } else {
+    written = Utils::encodeImage(bitmap, temporary, repType, factor, compressionLevel, reason);
+    if (written && repType != 1 && repType != 2 && !properties.isEmpty()) {
+      platform::MetadataCopy::Options options;
+      options.resetOrientation = AppDelegate::shared()->isAUTO_CORRECT_ORIENTATION;
+      options.pixelWidth = bitmap.width();
+      options.pixelHeight = bitmap.height();
+      platform::MetadataCopy::copy(photo.filePath, temporary, options);
+    }
+  }
+  if (!written) {
+    QFile::remove(temporary);
+    return false;
+  }
+  return platform::SafeWrite::commit(temporary, newPath, settings.owerwriteExistingFiles, reason,
+                                     alreadyExists);
+}
+
+bool ImageWriter::saveImageUsingDefaultMethodInDirectoryFilteredImg(
+    const VImage &image, const QString &newPath, int repType, const PhotoFile &photo,
+    QString *reason, bool *alreadyExists) {
+  makePictureFolderIfNeeded(newPath);
+  if (newPath.isEmpty()) {
+    *reason = QStringLiteral("no destination path");
+    return false;
+  }
+  // The destination's own extension decides the encoder when it names one, so that keeping
+  // the original name of a format outside the list (written as PNG) gives PNG bytes.
+  const int byExtension = repTypeForExtension(QFileInfo(newPath).suffix());
+  if (byExtension >= 0)
+    repType = byExtension;
+
+  VImage bitmap = Utils::sharedUtils().getCgiImageRef(image);
+  const QVariantMap properties = Utils::sharedUtils().getImageeExifDict(photo.filePath);
+  const int orientation = properties.value(QStringLiteral("Orientation")).toInt();
+  if (orientation != 0 && !AppDelegate::shared()->isAUTO_CORRECT_ORIENTATION) {
+    bitmap = Utils::RotateWithEXIF(bitmap, orientation);
+    logLine(QStringLiteral("setup rotating image beacuse autocorrection is off"));
+  }
+
+  if (usesQualityBranch(settings)) {
+    return writeStill(image, bitmap, properties, newPath, repType, qualityFactor(settings),
+                      orientation, -1, photo, reason, alreadyExists);
+  }
+  if (settings.isSetCompression) {
+    if (setCompressionInProgress)
+      setCompressionInProgress(true);
+    const QString temporaryPng = platform::temporaryDirectory() + QStringLiteral("/TempFile.png");
+    removeLogged(temporaryPng);
+    bool written = Utils::sharedUtils().saveImageInSelectedFormat(
+        5, temporaryPng, image, bitmap, properties, settings.qualityRatio, orientation,
+        photo.filePath, reason);
+    // The compressor: the destination in its own format at the slider's effort, read back
+    // from the intermediate PNG.
+    if (written) {
+      try {
+        VImage intermediate =
+            VImage::new_from_file(QFile::encodeName(temporaryPng).constData(),
+                                  VImage::option()->set("access", VIPS_ACCESS_SEQUENTIAL));
+        written = writeStill(image, intermediate, properties, newPath, repType, 0.98f, orientation,
+                             std::clamp(int(settings.compressionRatio), 0, 9), photo, reason,
+                             alreadyExists);
+      } catch (const vips::VError &error) {
+        *reason = QString::fromUtf8(error.what()).trimmed();
+        written = false;
+      }
+    }
+    if (setCompressionInProgress)
+      setCompressionInProgress(false);
+    logLine(QStringLiteral("File Compressed Successfully"));
+    removeLogged(temporaryPng);
+    if (takeStopRequestWhileCompression && takeStopRequestWhileCompression()) {
+      if (written) {
+        removeLogged(newPath);
+        written = false;
+        *reason = QStringLiteral("removed: the run was stopped during compression");
+      }
+      if (stopProcessAfterCompletionCompression)
+        stopProcessAfterCompletionCompression();
+    }
+    return written;
+  }
+  return writeStill(image, bitmap, properties, newPath, repType, 0.98f, orientation, -1, photo,
+                    reason, alreadyExists);
+}
+
+bool ImageWriter::saveImageUsingImageMagick(const VImage &image, const QString &newPath,
+                                            const PhotoFile &photo, QString *reason,
+                                            bool *alreadyExists) {
+  const bool exists = QFileInfo::exists(newPath);
+  if (exists && !settings.owerwriteExistingFiles) {
+    *alreadyExists = true;
+    *reason = QStringLiteral("a file already exists at the destination");
+    return false;
+  }
+  const QVariantMap properties = Utils::sharedUtils().getImageeExifDict(photo.filePath);
+  platform::PdfPages::JpegPicture picture;
+  picture.dpiX = properties.value(QStringLiteral("DPIWidth"), 72).toDouble();
+  picture.dpiY = properties.value(QStringLiteral("DPIHeight"), 72).toDouble();
+  try {
+    VImage page = Utils::sharedUtils().getCgiImageRef(image);
+    if (page.has_alpha())
+      page = page.flatten(VImage::option()->set("background", std::vector<double>{255, 255, 255}));
+    picture.width = page.width();
+    picture.height = page.height();
+    picture.components = 3;
+    // A JPEG source already upright and at its own size goes into the page unchanged.
+    const QString sourceExtension = photo.fileExtension.toLower();
+    const int orientation = properties.value(QStringLiteral("Orientation"), 1).toInt();
+    if (!settings.isSetCompression &&
+        (sourceExtension == QLatin1String("jpg") || sourceExtension == QLatin1String("jpeg")) &&
+        orientation <= 1 &&
+        properties.value(QStringLiteral("PixelWidth")).toInt() == page.width() &&
+        properties.value(QStringLiteral("PixelHeight")).toInt() == page.height()) {
+      VImage header = VImage::new_from_file(QFile::encodeName(photo.filePath).constData());
+      const char *loader = nullptr;
+      if (vips_image_get_string(header.get_image(), "vips-loader", &loader) == 0 && loader &&
+          qstrcmp(loader, "jpegload") == 0 && header.format() == VIPS_FORMAT_UCHAR &&
+          (header.bands() == 3 || header.bands() == 1) &&
+          header.interpretation() != VIPS_INTERPRETATION_CMYK) {
+        QFile source(photo.filePath);
+        if (source.open(QIODevice::ReadOnly)) {
+          picture.bytes = source.readAll();
+          picture.components = header.bands();
+        }
+      }
+    }
+    if (picture.bytes.isEmpty()) {
+      void *buffer = nullptr;
+      size_t size = 0;
+      page.write_to_buffer(
+          ".jpg", &buffer, &size,
+          VImage::option()->set("Q", pdfPageQuality(settings))->set("strip", true));
+      picture.bytes = QByteArray(static_cast<const char *>(buffer), qsizetype(size));
+      g_free(buffer);
+    }
+  } catch (const vips::VError &error) {
+    *reason = QString::fromUtf8(error.what()).trimmed();
+    return false;
+  }
+  const QString temporary =
+      platform::SafeWrite::createTemporaryFile(QFileInfo(newPath).absolutePath(), reason);
+  if (temporary.isEmpty())
+    return false;
+  if (!platform::PdfPages::appendJpegPage(newPath, temporary, picture, reason)) {
+    QFile::remove(temporary);
+    return false;
+  }
+  return platform::SafeWrite::commit(temporary, newPath, settings.owerwriteExistingFiles, reason,
+                                     alreadyExists);
+}
+
+bool ImageWriter::createSinglePagePdfDocAtPath(const QString &folder, const VImage &image) {
+  const QString path = folder + QStringLiteral("/singlePagePdfDoc.pdf");
+  platform::PdfPages::JpegPicture picture;
+  try {
+    VImage page = Utils::sharedUtils().getCgiImageRef(image);
+    if (page.has_alpha())
+      page = page.flatten(VImage::option()->set("background", std::vector<double>{255, 255, 255}));
+    void *buffer = nullptr;
+    size_t size = 0;
+    page.write_to_buffer(".jpg", &buffer, &size, VImage::option()->set("Q", 82));
+    picture.bytes = QByteArray(static_cast<const char *>(buffer), qsizetype(size));
+    g_free(buffer);
+    picture.width = page.width();
+    picture.height = page.height();
+  } catch (const vips::VError &) {
+    return false;
+  }
+  const QString temporary = platform::SafeWrite::createTemporaryFile(folder);
+  if (temporary.isEmpty())
+    return false;
+  if (!platform::PdfPages::appendJpegPage(QString(), temporary, picture)) {
+    QFile::remove(temporary);
+    return false;
+  }
+  return platform::SafeWrite::commit(temporary, path, true);
+}

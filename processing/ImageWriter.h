@@ -1,0 +1,71 @@
+#pragma once
+
+#include "processing/RunSettings.h"
+
+#include <QString>
+#include <QVariantMap>
+
+#include <functional>
+
+#include <vips/vips8>
+
+class PhotoFile;
+
+// What one write ended with. status and message are what the run records for the photo
+// (1 "File processed successfully", or 3 when a file appeared at the destination and
+// overwriting is off); produced tells whether this write put a file in place, and reason
+// why not when it did not.
+struct WriteReport {
+  qint32 status = 1;
+  QString message = QStringLiteral("File processed successfully");
+  bool produced = false;
+  QString reason;
+};
+
+// The image writer: one loaded photo into its output file. Every output is encoded into a
+// temporary file in the destination folder and renamed into place, so no file ever carries
+// its final name half-written.
+class ImageWriter {
+public:
+  RunSettings settings;
+
+  // The compression handshake with the run driver: called with true before the compressor
+  // starts and false once it is done; then stopRequested is asked, and when it answers true
+  // the output is removed and stopProcessAfterCompletionCompression is called.
+  std::function<void(bool)> setCompressionInProgress;
+  std::function<bool()> takeStopRequestWhileCompression;
+  std::function<void()> stopProcessAfterCompletionCompression;
+
+  // The entry point for every photo that is to be written.
+  WriteReport saveImgInDirectoryFilteredImg(const vips::VImage &image, const QString &newPath,
+                                            int repType, const PhotoFile &photo);
+  // The still-image path; false (with *reason) when no file was put in place.
+  bool saveImageUsingDefaultMethodInDirectoryFilteredImg(const vips::VImage &image,
+                                                         const QString &newPath, int repType,
+                                                         const PhotoFile &photo, QString *reason,
+                                                         bool *alreadyExists);
+  // The PDF path: a page appended to the document at newPath, or a new document.
+  bool saveImageUsingImageMagick(const vips::VImage &image, const QString &newPath,
+                                 const PhotoFile &photo, QString *reason, bool *alreadyExists);
+  // The image as a one-page document "singlePagePdfDoc.pdf" in folder.
+  bool createSinglePagePdfDocAtPath(const QString &folder, const vips::VImage &image);
+
+  // The encoder's quality factor for the settings (the quality branch, else 0.98).
+  static float qualityFactor(const RunSettings &settings);
+  // Whether the settings take the quality branch (keep original, jpg, jpeg, jp2).
+  static bool usesQualityBranch(const RunSettings &settings);
+  // The JPEG quality of a PDF page: 82, or chosen by compressionRatio (0-9: 90 down to 27)
+  // when the compression check box is on.
+  static int pdfPageQuality(const RunSettings &settings);
+  // The representation type that a destination extension names (case-insensitive), or -1.
+  static int repTypeForExtension(const QString &extension);
+  // The application's picture folder ("Quillmere" in the user's Pictures folder).
+  static QString pictureFolderPath();
+
+private:
+  void makePictureFolderIfNeeded(const QString &newPath);
+  bool writeStill(const vips::VImage &image, const vips::VImage &bitmap,
+                  const QVariantMap &properties, const QString &newPath, int repType, float factor,
+                  int orientation, int compressionLevel, const PhotoFile &photo, QString *reason,
+                  bool *alreadyExists);
+};

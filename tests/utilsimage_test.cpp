@@ -1,0 +1,178 @@
+// The image utilities by invariants: exact sizes, upright pixels compared with the
+// orientation-1 sample, and every colour model made 8-bit sRGB.
+#include "imaging/Utils.h"
+
+#include "tests/support/TestEnv.h"
+
+#include <QFile>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+#include <vips/vips8>
+
+using vips::VImage;
+
+namespace {
+
+VImage load(const QString &path) {
+  return VImage::new_from_file(QFile::encodeName(path).constData());
+}
+
+double meanDifference(const VImage &a, const VImage &b);
+
+// The orientation samples differ by their drawn digit and JPEG noise (about 15 apart even
+// when upright), while a wrongly mirrored or turned picture is over 50 apart.
+constexpr double kUpright = 25.0;
+
+// The picture matches the reference and not its mirror images.
+void expectUpright(const VImage &image, const VImage &reference) {
+  ASSERT_EQ(image.width(), reference.width());
+  ASSERT_EQ(image.height(), reference.height());
+  const double upright = meanDifference(image, reference);
+  EXPECT_LT(upright, kUpright);
+  EXPECT_GT(meanDifference(image, reference.flip(VIPS_DIRECTION_HORIZONTAL)), upright + 20);
+  EXPECT_GT(meanDifference(image, reference.flip(VIPS_DIRECTION_VERTICAL)), upright + 20);
+}
+
+// Mean absolute difference of two same-size images on a 0-255 scale.
+double meanDifference(const VImage &a, const VImage &b) {
+  VImage x = a.extract_band(0, VImage::option()->set("n", 3)).cast(VIPS_FORMAT_FLOAT);
+  VImage y = b.extract_band(0, VImage::option()->set("n", 3)).cast(VIPS_FORMAT_FLOAT);
+  return (x - y).abs().avg();
+}
+
+class OrientationTest : public ::testing::TestWithParam<std::tuple<const char *, int>> {};
+
+TEST_P(OrientationTest, LoadedUprightAndRotateWithExifMatchesOrientationOne) {
+  const auto [shape, orientation] = GetParam();
+  QTemporaryDir dir;
+  const QString name = QStringLiteral("jpg/orientation/%1_%2.jpg").arg(shape).arg(orientation);
+  const QString path = testenv::copyPhoto(name, dir.path());
+  const VImage reference =
+      load(testenv::photosDir() + QStringLiteral("/jpg/orientation/%1_1.jpg").arg(shape));
+
+  std::optional<VImage> upright = Utils::sharedUtils().getImageWithFixedOrientionFromUrl(path);
+  ASSERT_TRUE(upright.has_value());
+  EXPECT_EQ(upright->bands(), 3);
+  EXPECT_EQ(upright->format(), VIPS_FORMAT_UCHAR);
+  expectUpright(*upright, reference);
+
+  // The stored bitmap turned by the table gives the same picture.
+  const VImage stored = load(path);
+  expectUpright(Utils::RotateWithEXIF(stored, orientation), reference);
+
+  const QSizeF size = Utils::sharedUtils().getImageOriginalSizeAtFilePathUrl(path);
+  EXPECT_EQ(size, QSizeF(reference.width(), reference.height()));
+}
+
+INSTANTIATE_TEST_SUITE_P(AllEight, OrientationTest,
+                         ::testing::Combine(::testing::Values("landscape", "portrait"),
+                                            ::testing::Range(1, 9)));
+
+TEST(RotateWithExif, OutsideTheTableUnchangedAndThreeIsAHalfTurn) {
+  const VImage image = load(testenv::photosDir() + "/jpg/orientation/landscape_1.jpg");
+  for (int o : {-1, 0, 1, 9}) {
+    const VImage same = Utils::RotateWithEXIF(image, o);
+    EXPECT_EQ(same.width(), image.width());
+    EXPECT_DOUBLE_EQ(meanDifference(same, image), 0.0);
+  }
+  EXPECT_DOUBLE_EQ(meanDifference(Utils::RotateWithEXIF(image, 3), image.rot(VIPS_ANGLE_D180)),
+                   0.0);
+  const VImage six = Utils::RotateWithEXIF(image, 6);
+  EXPECT_EQ(six.width(), image.height());
+  EXPECT_EQ(six.height(), image.width());
+}
+
+// Every colour model the encoders could refuse comes out as 8-bit sRGB of the same size.
+TEST(Loader, GreyCmykSixteenBitAndAlphaBecomeEightBitRgb) {
+  QTemporaryDir dir;
+  const VImage colour = load(testenv::photosDir() + "/jpg/Canon_40D.jpg");
+  const QString grey = dir.filePath("grey.jpg");
+  colour.colourspace(VIPS_INTERPRETATION_B_W).jpegsave(QFile::encodeName(grey).data());
+  const QString cmyk = dir.filePath("cmyk.jpg");
+  colour.colourspace(VIPS_INTERPRETATION_CMYK).jpegsave(QFile::encodeName(cmyk).data());
+  const QString sixteen = dir.filePath("sixteen.png");
+  colour.colourspace(VIPS_INTERPRETATION_RGB16).pngsave(QFile::encodeName(sixteen).data());
+  const QString alpha = dir.filePath("alpha.png");
+  colour.bandjoin_const({128}).pngsave(QFile::encodeName(alpha).data());
+  const QString greySixteen = dir.filePath("grey16.tif");
+  colour.colourspace(VIPS_INTERPRETATION_GREY16).tiffsave(QFile::encodeName(greySixteen).data());
+
+  for (const QString &path : {grey, cmyk, sixteen, alpha, greySixteen}) {
+    SCOPED_TRACE(path.toStdString());
+    std::optional<VImage> image = Utils::sharedUtils().getImageWithFixedOrientionFromUrl(path);
+    ASSERT_TRUE(image.has_value());
+    EXPECT_EQ(image->width(), colour.width());
+    EXPECT_EQ(image->height(), colour.height());
+    EXPECT_EQ(image->format(), VIPS_FORMAT_UCHAR);
+    EXPECT_EQ(image->interpretation(), VIPS_INTERPRETATION_sRGB);
+    EXPECT_EQ(image->bands(), path == alpha ? 4 : 3);
+    // The picture survives the conversion: its brightness stays close to the original's.
+    EXPECT_NEAR(image->extract_band(0, VImage::option()->set("n", 3)).avg(),
+                colour.colourspace(VIPS_INTERPRETATION_B_W).avg(), 25.0);
+  }
+}
+
+TEST(Loader, DamagedAndMissingFilesGiveNothingOrAPicture) {
+  QTemporaryDir dir;
+  const QString corrupted = testenv::copyPhoto("jpg/corrupted.jpg", dir.path());
+  std::optional<VImage> image = Utils::sharedUtils().getImageWithFixedOrientionFromUrl(corrupted);
+  if (image) {
+    EXPECT_GT(image->width(), 0);
+  }
+  const QString truncated = dir.filePath("truncated.jpg");
+  QFile whole(testenv::photosDir() + "/jpg/Canon_40D.jpg");
+  ASSERT_TRUE(whole.open(QIODevice::ReadOnly));
+  testenv::writeFile(truncated, whole.read(600));
+  EXPECT_FALSE(Utils::sharedUtils().getImageWithFixedOrientionFromUrl(truncated).has_value());
+  EXPECT_FALSE(
+      Utils::sharedUtils().getImageWithFixedOrientionFromUrl(dir.filePath("none.jpg")).has_value());
+  EXPECT_EQ(Utils::sharedUtils().getImageOriginalSizeAtFilePathUrl(dir.filePath("none.jpg")),
+            QSizeF(0, 0));
+}
+
+TEST(Sizes, ScaleFitThumbnailAndFill) {
+  const VImage big = VImage::black(4000, 3000, VImage::option()->set("bands", 3)) + 100;
+  std::optional<VImage> half = Utils::scaleImage(big, QSize(2000, 1500));
+  ASSERT_TRUE(half.has_value());
+  EXPECT_EQ(half->width(), 2000);
+  EXPECT_EQ(half->height(), 1500);
+  EXPECT_NEAR(half->avg(), 100.0, 0.5);
+  EXPECT_FALSE(Utils::scaleImage(big, QSize(0, 10)).has_value());
+  std::optional<VImage> odd = Utils::scaleImage(big, QSize(333, 777));
+  ASSERT_TRUE(odd.has_value());
+  EXPECT_EQ(odd->width(), 333);
+  EXPECT_EQ(odd->height(), 777);
+
+  EXPECT_EQ(Utils::aspectFitSizeWithMaxSize(QSizeF(400, 300), 200), QSizeF(200, 150));
+  EXPECT_EQ(Utils::aspectFitSizeWithMaxSize(QSizeF(100, 50), 300), QSizeF(300, 150));
+
+  const QString sample = testenv::photosDir() + "/jpg/orientation/portrait_6.jpg";
+  std::optional<VImage> thumbnail =
+      Utils::sharedUtils().getThumbnailImageAtFilePath(sample, QSizeF(120, 120));
+  ASSERT_TRUE(thumbnail.has_value());
+  const QSizeF upright = Utils::sharedUtils().getImageOriginalSizeAtFilePathUrl(sample);
+  EXPECT_EQ(thumbnail->width(), 120);
+  EXPECT_NEAR(thumbnail->height(), 120.0 * upright.height() / upright.width(), 1.0);
+  EXPECT_FALSE(Utils::sharedUtils().getThumbnailImageAtFilePath({}, QSizeF(10, 10)));
+
+  // A left half black and a right half white: each crop mode keeps its own part.
+  const VImage halves = (VImage::black(200, 100) + 0).insert(VImage::black(100, 100) + 255, 100, 0);
+  for (auto [mode, mean] : {std::pair{Utils::CropModeStart, 0.0},
+                            {Utils::CropModeEnd, 255.0},
+                            {Utils::CropModeCenter, 127.5}}) {
+    std::optional<VImage> filled =
+        Utils::sharedUtils().getAspectFillImageFormImage(halves, QSize(50, 50), mode);
+    ASSERT_TRUE(filled.has_value());
+    EXPECT_EQ(filled->width(), 50);
+    EXPECT_EQ(filled->height(), 50);
+    EXPECT_NEAR(filled->avg(), mean, 8.0);
+  }
+}
+
+TEST(Steps, OnlySwitchedOnFiltersCount) {
+  EXPECT_EQ(Utils::sharedUtils().totalBatchStepsApplied(), 0);
+}
+
+} // namespace
