@@ -13,6 +13,7 @@
 #include "platform/FolderListing.h"
 #include "platform/PathText.h"
 #include "platform/StandardFolders.h"
+#include "platform/Workspace.h"
 
 #include <QDir>
 #include <QEventLoop>
@@ -197,6 +198,8 @@ AddPhotosStatus AddPhotosVC::btnAddPhotosTappedWithIndex(int index,
 }
 
 AddPhotosStatus AddPhotosVC::btnAddFilterOnPopupTapped(const QDateTime &from, const QDateTime &to) {
+  if (running_)
+    return {AddPhotosStatus::Code::Busy, QStringLiteral("photos are being added")};
   datePickerFromDate = from;
   datePickerToDate = to;
   // Compared as shown, to the minute: dates that read alike are refused too.
@@ -209,9 +212,9 @@ AddPhotosStatus AddPhotosVC::btnAddFilterOnPopupTapped(const QDateTime &from, co
 }
 
 AddPhotosStatus AddPhotosVC::btnAddIphotosTapped(const QStringList &chosenPaths) {
-  pathType = 2;
   if (running_)
     return {AddPhotosStatus::Code::Busy, QStringLiteral("photos are being added")};
+  pathType = 2;
   const QStringList paths = normalisedPaths(chosenPaths);
   if (paths.isEmpty())
     return {AddPhotosStatus::Code::Ignored, {}};
@@ -230,6 +233,32 @@ AddPhotosStatus AddPhotosVC::btnAddIphotosTapped(const QStringList &chosenPaths)
   isAddingIphotos = true;
   addPhotosFromPathUrls(paths, true);
   return {};
+}
+
+QString AddPhotosVC::libraryChooserButtonTitle() {
+  // The Photos application of the system the libraries come from is never installed here.
+  return platform::Files::fileExists(QStringLiteral("/Applications/Photos.app"))
+             ? QStringLiteral("Add Photos Library")
+             : QStringLiteral("Add iPhoto Library");
+}
+
+bool AddPhotosVC::panelShouldEnableURL(const QString &path) const {
+  bool isDirectory = false;
+  const bool exists = platform::Files::fileExists(path, &isDirectory);
+  const bool folder = exists && isDirectory;
+  switch (pathType) {
+  case 2:
+    if (platform::PathText::pathExtension(path).toLower() == QLatin1String("migratedphotolibrary"))
+      return false;
+    // Packages can be picked; plain folders stay enabled so the user can move through them.
+    return folder;
+  case 1:
+    return folder;
+  case 0:
+    return folder && !platform::FileTypes::isPackage(path);
+  default:
+    return true;
+  }
 }
 
 AddPhotosStatus AddPhotosVC::handleFileDragDropNotification(const QStringList &paths) {
@@ -786,6 +815,9 @@ AddPhotosSheet AddPhotosVC::btnOnRemovePhotoPopupTapped(int tag, int selectedCou
 }
 
 void AddPhotosVC::btnYesOnRemoveAllPhotoTapped() {
+  // The add phase owns the batch while it runs; the screen is disabled meanwhile.
+  if (running_)
+    return;
   batch_->clear();
   dictFileAdded.clear();
 }
@@ -798,6 +830,8 @@ void AddPhotosVC::btnYesOnRemoveSelectedPhotoTapped(
 }
 
 void AddPhotosVC::removePhotoFromBatch(const std::shared_ptr<PhotoFile> &photo) {
+  if (running_)
+    return;
   if (!photo)
     return;
   const qsizetype at = batch_->indexOf(photo);
@@ -807,7 +841,29 @@ void AddPhotosVC::removePhotoFromBatch(const std::shared_ptr<PhotoFile> &photo) 
   dictFileAdded.remove(photo->filePath);
 }
 
+bool AddPhotosVC::btnOnMenuOptionTapped(int option, const std::shared_ptr<PhotoFile> &photo) {
+  if (!photo)
+    return false;
+  switch (option) {
+  case 0:
+    return platform::Workspace::revealInFileManager(photo->filePath);
+  case 1:
+    return platform::Workspace::openPath(photo->filePath);
+  case 2:
+    return platform::Workspace::showProperties(photo->filePath);
+  case 3:
+    if (running_ || !batch_->contains(photo))
+      return false;
+    removePhotoFromBatch(photo);
+    return true;
+  default:
+    return false;
+  }
+}
+
 QList<int> AddPhotosVC::checkForDeletedPhotosInSourceFolder(bool remove) {
+  if (running_)
+    return {};
   qCDebug(lcIntake, "check for deleted photos");
   Batch copy = *batch_;
   QList<int> missing;
@@ -865,6 +921,8 @@ QList<int> AddPhotosVC::viewWillAppear(bool isStartAsNewBatch) {
 }
 
 void AddPhotosVC::rebuildDictFileAdded() {
+  if (running_)
+    return;
   dictFileAdded.clear();
   dictFileAdded.reserve(batch_->size());
   for (const auto &photo : std::as_const(*batch_))

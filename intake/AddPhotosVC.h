@@ -119,6 +119,10 @@ public:
   AddPhotosStatus btnAddFilterOnPopupTapped(const QDateTime &from, const QDateTime &to);
   // The library chooser confirmed paths (iPhoto libraries).
   AddPhotosStatus btnAddIphotosTapped(const QStringList &chosenPaths);
+  // The library chooser: its button title and which items it lets the user pick, by
+  // pathType (2 while choosing a library).
+  static QString libraryChooserButtonTitle();
+  bool panelShouldEnableURL(const QString &path) const;
   // Items dropped on the drop area: with sub-folders, no filter.
   AddPhotosStatus handleFileDragDropNotification(const QStringList &paths);
   // Items dropped on the list or thumbnail view: sub-folders and filter stay as the last
@@ -146,7 +150,7 @@ public:
   // every non-folder entry below it (hidden entries skipped, packages not entered).
   QStringList listFolder(const QString &folder, bool withSubFolders);
 
-  // --- Batch upkeep ---
+  // --- Batch upkeep (none of these changes the batch while a run is adding photos) ---
   // "Images Count: 3  |  Total Size: 6.00 MB  ", or empty for an empty batch.
   QString updateBatchInformationInBottomView() const;
   // Tag 1 (remove all): the confirmation sheet. Tag 0 (remove selected): the sheet, or, with
@@ -156,6 +160,10 @@ public:
   void btnYesOnRemoveSelectedPhotoTapped(const QList<std::shared_ptr<PhotoFile>> &selected);
   // Removes one photo (by identity) from the batch and from dictFileAdded.
   void removePhotoFromBatch(const std::shared_ptr<PhotoFile> &photo);
+  // The per-photo menu: 0 show it in the file manager, 1 open it with its default
+  // application, 2 show its properties, 3 remove it from the batch. False when the desktop
+  // refused or the option is unknown.
+  bool btnOnMenuOptionTapped(int option, const std::shared_ptr<PhotoFile> &photo);
   // Walks the batch for photos gone from disk (or never sized); removes them when remove is
   // true. Returns the indices of the missing photos, as they were before any removal. With
   // no photo present, the all-deleted message follows after 0.2 seconds.

@@ -472,6 +472,19 @@ TEST_F(AddRun, PhotosLibrariesAreRefusedAndIphotoLibrariesRead) {
   EXPECT_EQ(engine.pathType, 2);
   EXPECT_EQ(batch.size(), 2);
 
+  // The library chooser lets libraries and folders be picked, not plain files or migrated
+  // libraries.
+  EXPECT_EQ(AddPhotosVC::libraryChooserButtonTitle(), QStringLiteral("Add iPhoto Library"));
+  engine.pathType = 2;
+  QDir().mkpath(path("Old.MigratedPhotoLibrary"));
+  EXPECT_TRUE(engine.panelShouldEnableURL(photos));
+  EXPECT_TRUE(engine.panelShouldEnableURL(path("plain")));
+  EXPECT_FALSE(engine.panelShouldEnableURL(path("plain/00.jpg")));
+  EXPECT_FALSE(engine.panelShouldEnableURL(path("Old.MigratedPhotoLibrary")));
+  engine.pathType = 0;
+  EXPECT_FALSE(engine.panelShouldEnableURL(photos));
+  EXPECT_TRUE(engine.panelShouldEnableURL(path("plain")));
+
   // An iPhoto library written on another machine, chosen by its real path.
   const QString library = path("Pictures/iPhoto Library.photolibrary");
   QDir().mkpath(library);
@@ -547,7 +560,9 @@ TEST_F(AddRun, RemovalThenReAdd) {
   const QString a = photo(QStringLiteral("a.jpg")), b = photo(QStringLiteral("b.jpg"));
   add({a, b});
   ASSERT_EQ(batch.size(), 2);
-  engine.removePhotoFromBatch(batch[0]);
+  EXPECT_FALSE(engine.btnOnMenuOptionTapped(7, batch[0]));
+  EXPECT_TRUE(engine.btnOnMenuOptionTapped(3, batch[0])); // the menu's remove
+  EXPECT_FALSE(engine.btnOnMenuOptionTapped(3, std::make_shared<PhotoFile>()));
   expectKeysMatchBatch();
   add({a});
   EXPECT_EQ(batchNames(), (QStringList{QStringLiteral("b.jpg"), QStringLiteral("a.jpg")}));
