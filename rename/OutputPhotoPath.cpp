@@ -1,0 +1,27 @@
+#include "rename/OutputPhotoPath.h"
+
+#include "platform/Files.h"
+#include "platform/PathText.h"
+
+std::shared_ptr<OutputPhotoPath> OutputPhotoPath::initWithoutDiskCheck(const QString &path,
+                                                                       const QString &oldPath) {
+  auto record = std::make_shared<OutputPhotoPath>();
+  const QString extension = platform::PathText::pathExtension(path);
+  record->fileExtension = extension.toLower();
+  record->filePath = platform::PathText::stringByDeletingPathExtension(path) + QLatin1Char('.') +
+                     record->fileExtension;
+  record->oldFilePath = oldPath;
+  record->fileName = platform::PathText::lastPathComponent(path);
+  return record;
+}
+
+std::shared_ptr<OutputPhotoPath> OutputPhotoPath::initWithFileUrl(const QString &path,
+                                                                  const QString &oldPath) {
+  std::shared_ptr<OutputPhotoPath> record = initWithoutDiskCheck(path, oldPath);
+  // The run writes the lower-case filePath: on a case-sensitive file system a file there
+  // would be replaced silently if only the path as given were tested.
+  record->fileAlreadyExistAtPath =
+      platform::Files::fileExists(path) ||
+      (record->filePath != path && platform::Files::fileExists(record->filePath));
+  return record;
+}

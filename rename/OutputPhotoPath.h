@@ -1,0 +1,26 @@
+#pragma once
+
+#include <QString>
+
+#include <memory>
+
+// One computed destination of the batch: where the photo at oldFilePath will be written.
+class OutputPhotoPath {
+public:
+  // path is the destination folder + "/" + the new name. filePath gets the extension in
+  // lower case (the run writes there); fileName keeps the engine's case. A name that is all
+  // extension (".JPG") reads as a hidden name without one: it keeps its text, gains a
+  // trailing "." and has an empty fileExtension.
+  static std::shared_ptr<OutputPhotoPath> initWithFileUrl(const QString &path,
+                                                          const QString &oldPath);
+  // The same without looking at the disk (fileAlreadyExistAtPath stays false).
+  static std::shared_ptr<OutputPhotoPath> initWithoutDiskCheck(const QString &path,
+                                                               const QString &oldPath);
+
+  bool fileAlreadyExistAtPath = false;
+  qint32 occurenceCount = 0;
+  QString filePath;
+  QString oldFilePath;
+  QString fileExtension;
+  QString fileName;
+};

@@ -1,0 +1,93 @@
+#include "rename/PreflightChecks.h"
+
+#include "platform/Files.h"
+#include "rename/OutputPhotoPath.h"
+
+ErrorFiles calculateErrorFiles(const QList<std::shared_ptr<OutputPhotoPath>> &records,
+                               bool owerwriteExistingFiles) {
+  ErrorFiles e;
+  for (const std::shared_ptr<OutputPhotoPath> &record : records) {
+    if (!record)
+      continue;
+    if (record->fileExtension.isEmpty()) {
+      e.arrayEmptyNames.append(record->filePath);
+      e.emptyNames.insert(record->filePath);
+      e.arrayAllErrors.append(record);
+      e.consoleLines.append(QStringLiteral("empty file name == %1").arg(record->filePath));
+    } else if (record->fileName.contains(QLatin1String("http:"), Qt::CaseInsensitive)) {
+      e.arrayInvalidFileName.append(record->filePath);
+      e.invalidNames.insert(record->filePath);
+      e.arrayAllErrors.append(record);
+      e.consoleLines.append(QStringLiteral("invalid file name == %1").arg(record->filePath));
+    } else if (record->occurenceCount >= 2) {
+      e.arrayDuplicateNames.append(record->filePath);
+      e.duplicateNames.insert(record->filePath);
+      e.arrayAllErrors.append(record);
+      e.consoleLines.append(QStringLiteral("duplicate file name == %1").arg(record->filePath));
+    } else if (!platform::Files::fileExists(record->oldFilePath)) {
+      e.arrayFileNotFound.append(record->oldFilePath);
+      e.notFound.insert(record->oldFilePath);
+      e.arrayAllErrors.append(record);
+      e.consoleLines.append(QStringLiteral("files not found == %1").arg(record->oldFilePath));
+    } else if (owerwriteExistingFiles) {
+      continue;
+    } else if (record->fileAlreadyExistAtPath) {
+      e.arrayFileAlreadyExists.append(record->filePath);
+      e.alreadyExists.insert(record->filePath);
+      e.arrayAllWarnings.append(record);
+      e.consoleLines.append(QStringLiteral("files already exists == %1").arg(record->filePath));
+    }
+  }
+  return e;
+}
+
+RowStatus rowStatusForRecord(const OutputPhotoPath &record, const ErrorFiles &errors) {
+  // Each test that matches replaces the one before, so the last match shows.
+  RowStatus status{PreflightText::kReady, PreflightText::kIconReady, false, false};
+  const auto error = [&status](const QString &toolTip) {
+    status = {toolTip, PreflightText::kIconError, true, false};
+  };
+  if (errors.emptyNames.contains(record.filePath))
+    error(PreflightText::kBlank);
+  if (errors.invalidNames.contains(record.filePath))
+    error(PreflightText::kInvalid);
+  if (errors.duplicateNames.contains(record.filePath))
+    error(PreflightText::kDuplicate);
+  if (errors.notFound.contains(record.oldFilePath))
+    error(PreflightText::kNotFound);
+  if (errors.alreadyExists.contains(record.filePath))
+    status = {PreflightText::kExists, PreflightText::kIconWarning, false, true};
+  return status;
+}
+
+QList<std::shared_ptr<OutputPhotoPath>>
+recordsForPreviewFilesMode(int mode, const QList<std::shared_ptr<OutputPhotoPath>> &all,
+                           const ErrorFiles &errors) {
+  if (mode == PreviewErrors)
+    return errors.arrayAllErrors;
+  if (mode == PreviewWarnings)
+    return errors.arrayAllWarnings;
+  return all;
+}
+
+QList<FilterButtonTexts> updateErrorAndWarningUI(const ErrorFiles &errors) {
+  return {
+      {QStringLiteral("ALL"),
+       QStringLiteral("Lists all the 'New Photo paths' of the added batch of photos")},
+      {QStringLiteral("ERRORS: %1").arg(errors.errorCount()),
+       QStringLiteral("Lists all the 'New Photo paths' with Errors like Duplicate file name or "
+                      "Files that are unavailable at the source location")},
+      {QStringLiteral("WARNINGS: %1").arg(errors.warningCount()),
+       QStringLiteral("Lists all the 'New Photo paths' with Warnings like similar File name "
+                      "already exists at the destination folder")},
+  };
+}
+
+StartGate startGateForBatch(const ErrorFiles &errors, qsizetype recordCount) {
+  const qsizetype problems = errors.problemCount();
+  if (problems >= recordCount)
+    return StartGate::Refuse;
+  if (problems > 0)
+    return StartGate::Prompt;
+  return StartGate::Start;
+}

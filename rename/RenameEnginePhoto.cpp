@@ -1,0 +1,30 @@
+#include "intake/PhotoFile.h"
+#include "metadata/ExifInfo.h"
+#include "rename/RenameEngine.h"
+#include "rename/RenameSettingsEditor.h"
+
+// The engine reads a batch photo through this adapter; only the taken-date stamp opens
+// the file (for its capture date).
+QString RenameEngine::getUpdatedRenameStringForPhotoFile(const PhotoFile &photo, quint32 index) {
+  RenameSubject subject;
+  subject.fileName = photo.fileName;
+  subject.fileExtension = photo.fileExtension;
+  subject.filePath = photo.filePath;
+  subject.fileCreationDate = photo.fileCreationDate;
+  subject.fileModifiedDate = photo.fileModifiedDate;
+  if (rules_.needsTakenDate()) {
+    const QString path = photo.filePath;
+    subject.takenDate = [path] {
+      const std::shared_ptr<ExifInfo> exif = ExifInfo::initWithFile(path);
+      return exif ? exif->captureDate : QDateTime();
+    };
+  }
+  return newName(subject, index);
+}
+
+QString RenameSettingsEditor::batchLineText(const QList<std::shared_ptr<PhotoFile>> &batch) {
+  double bytes = 0;
+  for (const std::shared_ptr<PhotoFile> &photo : batch)
+    bytes += photo->fileSizeInBytes;
+  return batchLineText(batch.size(), bytes);
+}
