@@ -35,10 +35,10 @@ QDateTime fromTimestamp(const statx_timestamp &stamp) {
 }
 
 timespec toTimespec(const QDateTime &date) {
-  timespec spec{};
+  timespec stamp{};
   if (!date.isValid()) {
-    spec.tv_nsec = UTIME_OMIT;
-    return spec;
+    stamp.tv_nsec = UTIME_OMIT;
+    return stamp;
   }
   const qint64 msecs = date.toMSecsSinceEpoch();
   qint64 seconds = msecs / 1000;
@@ -47,9 +47,9 @@ timespec toTimespec(const QDateTime &date) {
     seconds -= 1;
     remainder += 1000;
   }
-  spec.tv_sec = static_cast<time_t>(seconds);
-  spec.tv_nsec = static_cast<long>(remainder * 1000000);
-  return spec;
+  stamp.tv_sec = static_cast<time_t>(seconds);
+  stamp.tv_nsec = static_cast<long>(remainder * 1000000);
+  return stamp;
 }
 
 // The statvfs figures of the nearest existing folder: a destination may not exist yet.
