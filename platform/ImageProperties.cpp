@@ -14,6 +14,8 @@
 #include <cstring>
 #include <mutex>
 #include <string_view>
+#include <unordered_map>
+#include <vector>
 
 namespace platform::ImageProperties {
 
@@ -278,6 +280,32 @@ void putIn(QVariantMap &dict, const char *group, const QString &key, const QVari
   dict.insert(QLatin1String(group), sub);
 }
 
+// The mappings of each (IFD, tag), found by Exiv2's own IFD numbers.
+struct MappingIndex {
+  int gpsIfd = -1;
+  std::unordered_map<uint32_t, std::vector<const Mapping *>> byKey;
+};
+
+uint32_t indexKey(int ifd, uint16_t tag) {
+  return uint32_t(ifd) << 16 | tag;
+}
+
+const MappingIndex &mappingIndex() {
+  static const MappingIndex index = [] {
+    MappingIndex built;
+    try {
+      built.gpsIfd = Exiv2::ExifKey(0x0001, "GPSInfo").ifdId();
+      for (const Mapping &mapping : kMappings) {
+        const int ifd = Exiv2::ExifKey(mapping.tag, std::string(mapping.group)).ifdId();
+        built.byKey[indexKey(ifd, mapping.tag)].push_back(&mapping);
+      }
+    } catch (...) {
+    }
+    return built;
+  }();
+  return index;
+}
+
 void insertText(QVariantMap &group, const QString &key, const QString &text) {
   if (!text.isEmpty())
     group.insert(key, text);
@@ -342,23 +370,38 @@ void readGps(const Exiv2::Exifdatum &datum, QVariantMap &gps) {
 }
 
 void readExif(const Exiv2::ExifData &exif, QVariantMap &dict) {
-  QVariantMap gps;
+  const MappingIndex &index = mappingIndex();
+  QVariantMap groups[3] = {dict.value(QLatin1String(kTIFF)).toMap(),
+                           dict.value(QLatin1String(kExif)).toMap(),
+                           dict.value(QLatin1String(kExifAux)).toMap()};
+  QVariantMap gps = dict.value(QStringLiteral("{GPS}")).toMap();
   for (const Exiv2::Exifdatum &datum : exif) {
-    const std::string group = datum.groupName();
-    if (group == "GPSInfo") {
+    const int ifd = datum.ifdId();
+    if (ifd == index.gpsIfd) {
       readGps(datum, gps);
       continue;
     }
-    const uint16_t tag = datum.tag();
-    for (const Mapping &mapping : kMappings) {
-      if (mapping.tag != tag || mapping.group != group)
-        continue;
+    const auto found = index.byKey.find(indexKey(ifd, datum.tag()));
+    if (found == index.byKey.end())
+      continue;
+    for (const Mapping *mapping : found->second) {
+      QVariantMap &group = groups[mapping->dictGroup == kTIFF   ? 0
+                                  : mapping->dictGroup == kExif ? 1
+                                                                : 2];
+      const QString key = QLatin1String(mapping->key);
       // The makers' notes only fill what the standard tags left open.
-      const bool keepExisting = mapping.group != "Image" && mapping.group != "Photo";
-      putIn(dict, mapping.dictGroup, QLatin1String(mapping.key),
-            convert(datum.value(), mapping.kind), keepExisting);
+      const bool keepExisting = mapping->group != "Image" && mapping->group != "Photo";
+      if (keepExisting && group.contains(key))
+        continue;
+      const QVariant value = convert(datum.value(), mapping->kind);
+      if (value.isValid())
+        group.insert(key, value);
     }
   }
+  const char *names[3] = {kTIFF, kExif, kExifAux};
+  for (int i = 0; i < 3; ++i)
+    if (!groups[i].isEmpty())
+      dict.insert(QLatin1String(names[i]), groups[i]);
   if (!gps.isEmpty())
     dict.insert(QStringLiteral("{GPS}"), gps);
 }
@@ -405,55 +448,6 @@ void readXmp(const Exiv2::XmpData &xmp, QVariantMap &dict) {
   }
 }
 
-// The JFIF header of a JPEG: version, density unit and densities.
-void readJfif(Exiv2::BasicIo &io, QVariantMap &dict) {
-  if (io.open() != 0)
-    return;
-  Exiv2::byte head[20] = {};
-  const long got = io.read(head, sizeof head);
-  io.close();
-  if (got < 18 || head[0] != 0xff || head[1] != 0xd8 || head[2] != 0xff || head[3] != 0xe0 ||
-      std::memcmp(head + 6, "JFIF", 5) != 0)
-    return;
-  QVariantMap jfif;
-  jfif.insert(QStringLiteral("JFIFVersion"), QVariantList{int(head[11]), 0, int(head[12])});
-  jfif.insert(QStringLiteral("DensityUnit"), int(head[13]));
-  jfif.insert(QStringLiteral("XDensity"), int(head[14]) << 8 | head[15]);
-  jfif.insert(QStringLiteral("YDensity"), int(head[16]) << 8 | head[17]);
-  dict.insert(QStringLiteral("{JFIF}"), jfif);
-}
-
-struct ExivResult {
-  bool opened = false;
-  bool hadExif = false;
-  int pixelWidth = 0;
-  int pixelHeight = 0;
-};
-
-ExivResult readMetadata(Exiv2::Image::AutoPtr image, QVariantMap &dict) {
-  ExivResult result;
-  if (!image.get())
-    return result;
-  result.opened = true;
-  try {
-    image->readMetadata();
-  } catch (...) {
-    // Damaged metadata: keep whatever was decoded before the failure.
-  }
-  try {
-    result.pixelWidth = image->pixelWidth();
-    result.pixelHeight = image->pixelHeight();
-    result.hadExif = !image->exifData().empty();
-    readExif(image->exifData(), dict);
-    readIptc(image->iptcData(), dict);
-    readXmp(image->xmpData(), dict);
-    if (image->imageType() == Exiv2::ImageType::jpeg)
-      readJfif(image->io(), dict);
-  } catch (...) {
-  }
-  return result;
-}
-
 uint32_t bigEndian32(const unsigned char *p) {
   return uint32_t(p[0]) << 24 | uint32_t(p[1]) << 16 | uint32_t(p[2]) << 8 | p[3];
 }
@@ -495,6 +489,117 @@ QString iccDescription(const unsigned char *data, size_t size) {
     return {};
   }
   return {};
+}
+
+// What a JPEG's markers say before its scan: frame size, precision and components, and the
+// JFIF header. Read directly, as libvips' loader would also decode the EXIF block again.
+struct JpegFacts {
+  bool valid = false;
+  int width = 0;
+  int height = 0;
+  int precision = 8;
+  int components = 0;
+  bool jfif = false;
+  int jfifMajor = 1, jfifMinor = 1, densityUnit = 0, xDensity = 0, yDensity = 0;
+};
+
+JpegFacts readJpegFacts(Exiv2::BasicIo &io) {
+  JpegFacts facts;
+  if (io.open() != 0)
+    return facts;
+  const long size = long(io.size());
+  Exiv2::byte head[2] = {};
+  if (io.read(head, 2) != 2 || head[0] != 0xff || head[1] != 0xd8) {
+    io.close();
+    return facts;
+  }
+  long pos = 2;
+  // A frame header comes within a few segments; the cap keeps hostile files short.
+  for (int segments = 0; segments < 1024 && pos + 4 <= size; ++segments) {
+    Exiv2::byte marker[4] = {};
+    if (io.seek(pos, Exiv2::BasicIo::beg) != 0 || io.read(marker, 4) != 4)
+      break;
+    if (marker[0] != 0xff)
+      break;
+    const int code = marker[1];
+    if (code == 0xff) { // fill byte
+      pos += 1;
+      continue;
+    }
+    if (code == 0x01 || (code >= 0xd0 && code <= 0xd7)) { // markers without a length
+      pos += 2;
+      continue;
+    }
+    if (code == 0xd9 || code == 0xda) // end of image, start of scan
+      break;
+    const long length = long(marker[2]) << 8 | marker[3];
+    if (length < 2)
+      break;
+    const bool frame = code >= 0xc0 && code <= 0xcf && code != 0xc4 && code != 0xc8 && code != 0xcc;
+    if (frame || code == 0xe0) {
+      Exiv2::byte body[16] = {};
+      const long want = std::min<long>(length - 2, long(sizeof body));
+      if (io.read(body, want) != want)
+        break;
+      if (frame && want >= 6) {
+        facts.precision = body[0];
+        facts.height = int(body[1]) << 8 | body[2];
+        facts.width = int(body[3]) << 8 | body[4];
+        facts.components = body[5];
+        facts.valid = facts.width > 0 && facts.height > 0 && facts.components > 0;
+        break;
+      }
+      if (code == 0xe0 && !facts.jfif && want >= 12 && std::memcmp(body, "JFIF", 5) == 0) {
+        facts.jfif = true;
+        facts.jfifMajor = body[5];
+        facts.jfifMinor = body[6];
+        facts.densityUnit = body[7];
+        facts.xDensity = int(body[8]) << 8 | body[9];
+        facts.yDensity = int(body[10]) << 8 | body[11];
+      }
+    }
+    pos += 2 + length;
+  }
+  io.close();
+  return facts;
+}
+
+struct ExivResult {
+  bool opened = false;
+  bool hadExif = false;
+  int pixelWidth = 0;
+  int pixelHeight = 0;
+  JpegFacts jpeg;
+  QString profileName;
+};
+
+ExivResult readMetadata(Exiv2::Image::AutoPtr image, QVariantMap &dict) {
+  ExivResult result;
+  if (!image.get())
+    return result;
+  result.opened = true;
+  try {
+    image->readMetadata();
+  } catch (...) {
+    // Damaged metadata: keep whatever was decoded before the failure.
+  }
+  try {
+    result.pixelWidth = image->pixelWidth();
+    result.pixelHeight = image->pixelHeight();
+    result.hadExif = !image->exifData().empty();
+    readExif(image->exifData(), dict);
+    readIptc(image->iptcData(), dict);
+    readXmp(image->xmpData(), dict);
+    if (image->imageType() == Exiv2::ImageType::jpeg) {
+      result.jpeg = readJpegFacts(image->io());
+      if (image->iccProfileDefined()) {
+        const Exiv2::DataBuf *icc = image->iccProfile();
+        result.profileName = iccDescription(icc->pData_, size_t(std::max(0L, icc->size_)));
+      }
+    }
+  } catch (...) {
+  }
+  return result;
 }
 
 // What libvips' header gives: size, bands, sample format, interpretation, resolution, ICC.
@@ -633,6 +738,35 @@ bool rawSize(const QString *path, const QByteArray *bytes, int *width, int *heig
   return true;
 }
 
+// The top-level keys of a JPEG from its own markers, as libvips would report them.
+void jpegHeader(const ExivResult &exiv, QVariantMap &dict) {
+  const JpegFacts &jpeg = exiv.jpeg;
+  dict.insert(QStringLiteral("PixelWidth"), jpeg.width);
+  dict.insert(QStringLiteral("PixelHeight"), jpeg.height);
+  dict.insert(QStringLiteral("Depth"), jpeg.precision > 8 ? 16 : 8);
+  dict.insert(QStringLiteral("ColorModel"), jpeg.components == 4   ? QStringLiteral("CMYK")
+                                            : jpeg.components <= 2 ? QStringLiteral("Gray")
+                                                                   : QStringLiteral("RGB"));
+  dict.insert(QStringLiteral("HasAlpha"), false);
+  if (!exiv.profileName.isEmpty())
+    dict.insert(QStringLiteral("ProfileName"), exiv.profileName);
+  if (jpeg.jfif) {
+    QVariantMap jfif;
+    jfif.insert(QStringLiteral("JFIFVersion"), QVariantList{jpeg.jfifMajor, 0, jpeg.jfifMinor});
+    jfif.insert(QStringLiteral("DensityUnit"), jpeg.densityUnit);
+    jfif.insert(QStringLiteral("XDensity"), jpeg.xDensity);
+    jfif.insert(QStringLiteral("YDensity"), jpeg.yDensity);
+    dict.insert(QStringLiteral("{JFIF}"), jfif);
+    // Densities per inch or per centimetre; unit 0 gives only the aspect ratio.
+    if ((jpeg.densityUnit == 1 || jpeg.densityUnit == 2) && jpeg.xDensity > 0 &&
+        jpeg.yDensity > 0) {
+      const double factor = jpeg.densityUnit == 2 ? 2.54 : 1.0;
+      dict.insert(QStringLiteral("DPIWidth"), jpeg.xDensity * factor);
+      dict.insert(QStringLiteral("DPIHeight"), jpeg.yDensity * factor);
+    }
+  }
+}
+
 void finishOrientation(QVariantMap &dict, bool decodedTurned) {
   if (decodedTurned) {
     // libheif applies the file's own rotation when decoding: report what is decoded.
@@ -673,7 +807,10 @@ std::optional<QVariantMap> read(const QString *path, const QByteArray *bytes) {
   bool haveHeader = false;
   bool decodedTurned = false;
   const char *loader = nullptr;
-  if (path) {
+  if (exiv.jpeg.valid) {
+    jpegHeader(exiv, dict);
+    haveHeader = true;
+  } else if (path) {
     const QByteArray name = QFile::encodeName(*path);
     loader = vips_foreign_find_load(name.constData());
     if (usableLoader(loader)) {
