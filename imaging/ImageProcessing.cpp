@@ -207,9 +207,9 @@ std::optional<VImage> ImageProcessing::blurImage(const VImage &image, QSize size
   if (boxSize <= 0)
     return std::nullopt;
   try {
-    const VImage box = VImage::black(boxSize, boxSize)
-                           .new_from_image(1.0)
-                           .copy(VImage::option()->set("scale", double(boxSize) * boxSize));
+    std::vector<double> ones(size_t(boxSize) * size_t(boxSize), 1.0);
+    VImage box = VImage::new_matrix(boxSize, boxSize, ones.data(), int(ones.size()));
+    box.set("scale", double(boxSize) * boxSize);
     const VImage blurred = image.conv(box).cast(image.format());
     return scaled(blurred, size.width(), size.height(), VIPS_KERNEL_LINEAR);
   } catch (const vips::VError &) {
