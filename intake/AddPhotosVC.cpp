@@ -834,11 +834,13 @@ void AddPhotosVC::removePhotoFromBatch(const std::shared_ptr<PhotoFile> &photo) 
     return;
   if (!photo)
     return;
-  const qsizetype at = batch_->indexOf(photo);
+  // The caller's reference may be the batch's own element, gone once removed.
+  const std::shared_ptr<PhotoFile> kept = photo;
+  const qsizetype at = batch_->indexOf(kept);
   if (at < 0)
     return;
   batch_->removeAt(at);
-  dictFileAdded.remove(photo->filePath);
+  dictFileAdded.remove(kept->filePath);
 }
 
 bool AddPhotosVC::btnOnMenuOptionTapped(int option, const std::shared_ptr<PhotoFile> &photo) {
