@@ -22,3 +22,10 @@ struct RunSettings {
   bool setOutputDateTimeAsOriginal = false;
   bool openOutputFolderAfterProcessing = false;
 };
+
+class BatchRenameSetting;
+class OutputOptionSettings;
+
+// The run's settings from the current rename setting and output options (either may be
+// null: its fields then keep their defaults).
+RunSettings runSettingsFrom(const BatchRenameSetting *rename, const OutputOptionSettings *output);

@@ -1,0 +1,516 @@
+#include "processing/BatchRun.h"
+
+#include "app/AppDelegate.h"
+#include "imaging/AppliedFilter.h"
+#include "imaging/Utils.h"
+#include "intake/PhotoFile.h"
+#include "platform/Files.h"
+#include "platform/SafeWrite.h"
+#include "platform/SystemInfo.h"
+#include "platform/Workspace.h"
+#include "rename/OutputPhotoPath.h"
+
+#include <QCoreApplication>
+#include <QFileInfo>
+#include <QSet>
+#include <QThread>
+
+#include <cerrno>
+#include <cmath>
+#include <cstdio>
+
+namespace {
+
+const QString kStartPattern = QStringLiteral("MM-dd-YYYY hh:mm:s a");
+
+} // namespace
+
+BatchRun::BatchRun(AppDelegate *delegate, QObject *parent) : QObject(parent), delegate_(delegate) {
+  freeSpaceReader = [](const QString &path) { return platform::Files::freeSpaceForPath(path); };
+  totalSpaceReader = [](const QString &path) { return platform::Files::totalSpaceForPath(path); };
+  scaleFactorReader = [] { return platform::SystemInfo::backingScaleFactor(); };
+  submitToBackground = [](std::function<void()> work) {
+    QThread *thread = QThread::create(std::move(work));
+    QObject::connect(thread, &QThread::finished, thread, &QObject::deleteLater);
+    thread->start();
+  };
+  openPath = [](const QString &path) { platform::Workspace::openPath(path); };
+  logLine = [](const QString &line) { std::fprintf(stderr, "%s\n", qPrintable(line)); };
+
+  writer_.setCompressionInProgress = [this](bool on) { isCompressionInProgress = on; };
+  writer_.takeStopRequestWhileCompression = [this] {
+    return isStopRequestWhileCompression.exchange(false);
+  };
+  writer_.stopProcessAfterCompletionCompression = [this] {
+    runOnOwnerThread([this] { stopProcessAfterCompletionCompression(); });
+  };
+
+  bottomInfoTimer_.setInterval(10);
+  connect(&bottomInfoTimer_, &QTimer::timeout, this, &BatchRun::setProcessInfoAtBottm);
+}
+
+BatchRun::~BatchRun() {
+  // A loop still running waits on this thread for its reports: let it drain.
+  delegate_->isPHOTOS_PROCESSING_IN_PROGERESS = false;
+  while (loopRunning_.load())
+    QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
+}
+
+void BatchRun::log(const QString &line) {
+  if (logLine)
+    logLine(line);
+}
+
+void BatchRun::runOnOwnerThread(const std::function<void()> &work) {
+  if (QThread::currentThread() == thread())
+    work();
+  else
+    QMetaObject::invokeMethod(this, work, Qt::BlockingQueuedConnection);
+}
+
+qsizetype BatchRun::batchCount() const {
+  return delegate_->arraySelectedImagesToProcess.size();
+}
+
+// --- Starting ---
+
+bool BatchRun::sendStartProcessRequest() {
+  if (delegate_->arraySelectedImagesToProcess.isEmpty()) {
+    Q_EMIT showSettingsView();
+    return false;
+  }
+  processStartNotification();
+  return true;
+}
+
+void BatchRun::processStartNotification() {
+  isStopRequestWhileCompression = false;
+  processStartedDateTime = QDateTime::currentDateTime();
+  processStartTimeStr = Utils::getDateStringFromDate(processStartedDateTime, kStartPattern);
+  counterNotProcessed = counterProcessedSuccessfully = counterProcessedWithError = counterSkipped =
+      0;
+  counterNotWritten = 0;
+  ended_ = false;
+  stopPending_ = false;
+  summaryWhenLoopEnds_ = -1;
+  setBatchInfo();
+  setProcessInfoAtBottm();
+  btnProcessTapped();
+  updateBottomInfoWithTimerFlag(true);
+}
+
+void BatchRun::btnProcessTapped() {
+  Q_EMIT resetUIforNewProcess();
+  startProcessingOfPhotos();
+}
+
+void BatchRun::startProcessingOfPhotos() {
+  if (delegate_->arraySelectedImagesToProcess.isEmpty())
+    return;
+  delegate_->isPHOTOS_PROCESSING_IN_PROGERESS = true;
+  counterTotalProgressedFiles = 0;
+  progressPercentage = 0;
+  Q_EMIT progressChanged(0);
+  // Half-written files of a run that died are ours to clear away.
+  QSet<QString> folders;
+  for (const auto &destination : delegate_->arrayDestinationPaths) {
+    if (destination)
+      folders.insert(QFileInfo(destination->filePath).absolutePath());
+  }
+  for (const QString &folder : folders)
+    platform::SafeWrite::removeStaleTemporaryFiles(folder);
+  submitLoop(delegate_->arraySelectedImagesToProcess);
+}
+
+void BatchRun::submitLoop(QList<std::shared_ptr<PhotoFile>> batch) {
+  const qint64 start = std::max<qint64>(0, counterTotalProgressedFiles);
+  loopRunning_ = true;
+  writer_.settings = settings;
+  submitToBackground([this, batch = std::move(batch), start] { runLoop(batch, start); });
+}
+
+// --- The loop ---
+
+void BatchRun::processFilesInBatch(QList<std::shared_ptr<PhotoFile>> batch) {
+  if (counterTotalProgressedFiles < 0)
+    counterTotalProgressedFiles = 0;
+  loopRunning_ = true;
+  writer_.settings = settings;
+  runLoop(batch, counterTotalProgressedFiles);
+}
+
+void BatchRun::runLoop(const QList<std::shared_ptr<PhotoFile>> &batch, qint64 start) {
+  bool brokeOnFlag = false;
+  for (qint64 i = start; i < batch.size(); ++i) {
+    // A cleared run flag passes over every photo left; stopping here is the same.
+    if (!delegate_->isPHOTOS_PROCESSING_IN_PROGERESS) {
+      brokeOnFlag = true;
+      break;
+    }
+    processFileFromBunch(batch.at(i), i);
+  }
+  runOnOwnerThread([this, brokeOnFlag] { loopFinished(brokeOnFlag); });
+}
+
+void BatchRun::loopFinished(bool brokeOnFlag) {
+  loopRunning_ = false;
+  awake_.reset();
+  if (summaryWhenLoopEnds_ >= 0) {
+    const bool finished = summaryWhenLoopEnds_ == 1;
+    summaryWhenLoopEnds_ = -1;
+    writeSummaryAndEnd(finished);
+    return;
+  }
+  // The user resumed while this loop was on its way out: go on where the run stands.
+  if (brokeOnFlag && delegate_->isPHOTOS_PROCESSING_IN_PROGERESS && !ended_) {
+    if (counterTotalProgressedFiles < batchCount()) {
+      submitLoop(delegate_->arraySelectedImagesToProcess);
+    } else {
+      delegate_->isPHOTOS_PROCESSING_IN_PROGERESS = false;
+      addSummaryViewIsFinished(true);
+      updateBottomInfoWithTimerFlag(false);
+    }
+  }
+}
+
+int BatchRun::representationType(qint32 outputFormat, const QStringList &formats,
+                                 const QString &fileExtension) {
+  QString name;
+  if (outputFormat != 0) {
+    name = formats.value(outputFormat);
+  } else {
+    name = fileExtension.toLower();
+    if (name == QLatin1String("tiff"))
+      name = QStringLiteral("tif");
+  }
+  static const QStringList list = {QStringLiteral("Keep original format"),
+                                   QStringLiteral("tif"),
+                                   QStringLiteral("bmp"),
+                                   QStringLiteral("gif"),
+                                   QStringLiteral("jpg"),
+                                   QStringLiteral("jpeg"),
+                                   QStringLiteral("png"),
+                                   QStringLiteral("jp2")};
+  int position = list.indexOf(name);
+  if (position < 0)
+    position = list.indexOf(QStringLiteral("jpeg"));
+  return position - 1;
+}
+
+void BatchRun::processFileFromBunch(const std::shared_ptr<PhotoFile> &photo, qint64 index) {
+  if (!photo)
+    return;
+  std::optional<vips::VImage> image =
+      Utils::sharedUtils().getImageWithFixedOrientionFromUrl(photo->fileURL);
+
+  QString newPath;
+  if (index < delegate_->arrayDestinationPaths.size() && delegate_->arrayDestinationPaths.at(index))
+    newPath = delegate_->arrayDestinationPaths.at(index)->filePath;
+
+  auto report = [this](qint32 status, const QString &message, bool written, bool produced) {
+    runOnOwnerThread([=, this] {
+      callForUpdatingProgressWithCountWithProcessStatus(status, message, written, produced);
+    });
+  };
+
+  if (isSkipCurrentFileSelected) {
+    report(3, QStringLiteral("File already exists in destination folder"), false, false);
+    return;
+  }
+  const bool notFound = arrayFileNotFound.contains(photo->filePath);
+  const bool duplicate = arrayDuplicateNames.contains(newPath);
+  const bool invalid = arrayInvalidFileName.contains(newPath);
+  const bool empty = arrayEmptyNames.contains(newPath);
+  if (empty || duplicate || notFound || invalid) {
+    QString message = QStringLiteral("File is ready to process");
+    if (notFound)
+      message = QStringLiteral("File not available in source folder");
+    else if (duplicate)
+      message = QStringLiteral("Duplicate filename");
+    else if (invalid)
+      message = QStringLiteral("Invalid filename");
+    else if (empty)
+      message = QStringLiteral("Filename is blank");
+    report(2, message, false, false);
+    return;
+  }
+  isSkipCurrentFileSelected = false;
+  if (arrayFileAlreadyExists.contains(newPath)) {
+    report(3, QStringLiteral("File already exists in destination folder."), false, false);
+    return;
+  }
+
+  // The filters with "Resize" moved last; nothing applies them in this version.
+  QList<std::shared_ptr<AppliedFilter>> filters = delegate_->arrayAppliedFilters;
+  for (qsizetype i = filters.size() - 1; i >= 0; --i) {
+    if (filters.at(i) && filters.at(i)->filterName == QLatin1String("Resize"))
+      filters.append(filters.takeAt(i));
+  }
+
+  const int repType = representationType(settings.outputFormat, delegate_->arrFileFormatsSupported,
+                                         photo->fileExtension);
+
+  if (delegate_->isPHOTOS_PROCESSING_IN_PROGERESS) {
+    errno = 0;
+    const qint64 free = freeSpaceReader ? freeSpaceReader(settings.outputFolderPath) : -1;
+    const qint64 total = totalSpaceReader ? totalSpaceReader(settings.outputFolderPath) : -1;
+    if (free < 0 || total < 0) {
+      log(QStringLiteral("Error Obtaining System Memory Info: Domain = %1, Code = %2")
+              .arg(QStringLiteral("NSPOSIXErrorDomain"))
+              .arg(errno));
+    } else {
+      log(QStringLiteral("Memory Capacity of %1 MiB with %2 MiB Free memory available.")
+              .arg(quint64(total) >> 20)
+              .arg(quint64(free) >> 20));
+      if ((quint64(free) >> 20) <= 100)
+        runOnOwnerThread([this] { showEnoughSpacePopup(); });
+    }
+  }
+
+  const double backingScale = scaleFactorReader ? scaleFactorReader() : 1.0;
+  log(QStringLiteral("backing scale factor: %1").arg(backingScale, 0, 'f', 6));
+  const int factor = int(backingScale);
+  if (image && factor >= 2) {
+    if (auto scaled =
+            Utils::scaleImage(*image, QSize(image->width() / factor, image->height() / factor)))
+      image = scaled;
+  }
+
+  WriteReport result;
+  if (image) {
+    result = writer_.saveImgInDirectoryFilteredImg(*image, newPath, repType, *photo);
+  } else {
+    result.reason = QStringLiteral("the photo could not be decoded");
+  }
+  if (!result.produced)
+    log(QStringLiteral("not written: %1: %2").arg(newPath, result.reason));
+  report(result.status, result.message, true, result.produced);
+}
+
+void BatchRun::callForUpdatingProgressWithCountWithProcessStatus(qint32 status,
+                                                                 const QString &processMsg,
+                                                                 bool written, bool produced) {
+  const bool running = delegate_->isPHOTOS_PROCESSING_IN_PROGERESS;
+  // A write that completed while a stop was pending is still recorded, so the log never
+  // calls a written photo "Not Processed" and a resume never writes it twice.
+  if (!running && !(written && stopPending_))
+    return;
+  isSkipCurrentFileSelected = false;
+  ++counterTotalProgressedFiles;
+  switch (status) {
+  case 0:
+    ++counterNotProcessed;
+    break;
+  case 1:
+    ++counterProcessedSuccessfully;
+    if (!produced)
+      ++counterNotWritten;
+    break;
+  case 2:
+    ++counterProcessedWithError;
+    break;
+  case 3:
+    ++counterSkipped;
+    break;
+  default:
+    break;
+  }
+  const qsizetype count = batchCount();
+  progressPercentage = count > 0 ? int(counterTotalProgressedFiles * 100 / count) : 0;
+  Q_EMIT progressChanged(progressPercentage);
+  setBatchInfo();
+  setProcessInfoAtBottm();
+  if (counterTotalProgressedFiles <= count) {
+    const qint64 k = counterTotalProgressedFiles - 1;
+    if (k < count) {
+      const std::shared_ptr<PhotoFile> &photo = delegate_->arraySelectedImagesToProcess.at(k);
+      if (photo) {
+        photo->processStatus = status;
+        photo->processInfoMessage = processMsg;
+      }
+      Q_EMIT photoUpdated(k);
+    }
+  }
+  if (running && counterTotalProgressedFiles == count && count != 0) {
+    delegate_->isPHOTOS_PROCESSING_IN_PROGERESS = false;
+    addSummaryViewIsFinished(true);
+    updateBottomInfoWithTimerFlag(false);
+  }
+}
+
+// --- Texts ---
+
+QString BatchRun::batchInfoText() const {
+  double total = 0;
+  for (const auto &photo : delegate_->arraySelectedImagesToProcess) {
+    if (photo)
+      total += photo->fileSizeInBytes;
+  }
+  return QStringLiteral("Images Count: %1  |  Total Size: %2  |  Photos Processed: %3  |  "
+                        "Photos Skipped: %4  |  Process Completed: %5 %")
+      .arg(batchCount())
+      .arg(Utils::sharedUtils().unitStringFromBytes(total, 0))
+      .arg(counterProcessedSuccessfully)
+      .arg(counterSkipped)
+      .arg(progressPercentage);
+}
+
+QString BatchRun::processInfoText() const {
+  const qint64 seconds =
+      Utils::getDurationBetweenDate(processStartedDateTime, QDateTime::currentDateTime());
+  return QStringLiteral("Process Started at: %1  |  Error%2 reported: %3  |  Time elapsed: %4")
+      .arg(processStartTimeStr, counterProcessedWithError >= 2 ? QStringLiteral("s") : QString(),
+           QString::number(counterProcessedWithError),
+           Utils::sharedUtils().timeFormattedString(seconds));
+}
+
+void BatchRun::setBatchInfo() {
+  Q_EMIT batchInfoChanged(batchInfoText());
+}
+
+void BatchRun::setProcessInfoAtBottm() {
+  Q_EMIT processInfoChanged(processInfoText());
+}
+
+void BatchRun::updateBottomInfoWithTimerFlag(bool on) {
+  if (on)
+    bottomInfoTimer_.start();
+  else
+    bottomInfoTimer_.stop();
+}
+
+// --- Sheets and stopping ---
+
+QString BatchRun::abortSheetText() {
+  return QStringLiteral(
+      "Photos that are not processed will be skipped. Do you still want to stop?");
+}
+
+void BatchRun::showEnoughSpacePopup() {
+  delegate_->isPHOTOS_PROCESSING_IN_PROGERESS = false;
+  stopPending_ = true;
+  delegate_->isSUBWINDOW_OPENED = true;
+  Q_EMIT enoughSpacePopupRequested();
+}
+
+void BatchRun::btnOkOnEnoughtSpcaecTapped() {
+  delegate_->isSUBWINDOW_OPENED = false;
+  btnYesOnAbortTapped();
+}
+
+void BatchRun::showOverwriteWindowWithOldPath(const QString &oldPath) {
+  Q_EMIT overwriteWindowRequested(
+      QStringLiteral("Photo %1 could not be processed as %2 already exists at the destination "
+                     "folder.")
+          .arg(oldPath, nameOfOverWriteImg));
+}
+
+void BatchRun::closeOverwriteWindow() {
+  Q_EMIT overwriteWindowClosed();
+}
+
+void BatchRun::btnOkOnOverwriteWindowTapped() {
+  closeOverwriteWindow();
+  isSkipCurrentFileSelected = true;
+  delegate_->isPHOTOS_PROCESSING_IN_PROGERESS = true;
+  awake_ = std::make_unique<platform::Workspace::DisplayAwakeAssertion>(
+      QStringLiteral("Describe Activity Type"));
+  if (awake_->held() && !loopRunning_)
+    submitLoop(delegate_->arraySelectedImagesToProcess);
+  else
+    awake_.reset();
+}
+
+void BatchRun::btnStopProcessTapped() {
+  if (isCompressionInProgress) {
+    isStopRequestWhileCompression = true;
+    return;
+  }
+  delegate_->isSUBWINDOW_OPENED = true;
+  delegate_->isPHOTOS_PROCESSING_IN_PROGERESS = false;
+  stopPending_ = true;
+  Q_EMIT abortSheetRequested(abortSheetText());
+}
+
+void BatchRun::stopProcessAfterCompletionCompression() {
+  isStopRequestWhileCompression = false;
+  delegate_->isSUBWINDOW_OPENED = true;
+  delegate_->isPHOTOS_PROCESSING_IN_PROGERESS = false;
+  stopPending_ = true;
+  Q_EMIT abortSheetRequested(abortSheetText());
+}
+
+void BatchRun::btnYesOnAbortTapped() {
+  isStopRequestWhileCompression = false;
+  delegate_->isSUBWINDOW_OPENED = false;
+  Q_EMIT abortSheetClosed();
+  addSummaryViewIsFinished(false);
+  updateBottomInfoWithTimerFlag(false);
+}
+
+void BatchRun::btnNoOnAbortTapped() {
+  isStopRequestWhileCompression = false;
+  delegate_->isSUBWINDOW_OPENED = false;
+  Q_EMIT abortSheetClosed();
+  delegate_->isPHOTOS_PROCESSING_IN_PROGERESS = true;
+  stopPending_ = false;
+  // A loop still finishing its photo carries on by itself, or resubmits when it has
+  // already passed the flag (loopFinished).
+  if (loopRunning_)
+    return;
+  if (counterTotalProgressedFiles >= batchCount()) {
+    delegate_->isPHOTOS_PROCESSING_IN_PROGERESS = false;
+    addSummaryViewIsFinished(true);
+    updateBottomInfoWithTimerFlag(false);
+    return;
+  }
+  submitLoop(delegate_->arraySelectedImagesToProcess);
+}
+
+// --- Alerts ---
+
+BatchRun::Alert BatchRun::alertForType(int type, qsizetype batchCount) {
+  const bool plural = batchCount >= 2;
+  switch (type) {
+  case 107:
+    return {QStringLiteral("PHOTO%1 DELETED").arg(plural ? QStringLiteral("S") : QString()),
+            QStringLiteral("Photo%1 no longer exists in the Source folder!")
+                .arg(plural ? QStringLiteral("s") : QString())};
+  case 115:
+    return {QStringLiteral("ERROR/WARNING"),
+            QStringLiteral("Batch Process cannot be initiated. Your batch includes "
+                           "errors/warnings that needs to be corrected. Please verify the "
+                           "filenames & output directory.")};
+  case 118:
+    return {QStringLiteral("RATE US"),
+            QStringLiteral("If you enjoy using our application, would you mind taking a moment "
+                           "to rate it? Thanks for your support!")};
+  default:
+    return {QStringLiteral("PHOTO DELETED"),
+            QStringLiteral("Photo not available. This photo is not available in the source "
+                           "folder!")};
+  }
+}
+
+void BatchRun::showAlertWithType(int type) {
+  if (delegate_->isSUBWINDOW_OPENED)
+    return;
+  delegate_->isSUBWINDOW_OPENED = true;
+  const Alert alert = alertForType(type, batchCount());
+  Q_EMIT alertRequested(type, alert.title, alert.message);
+}
+
+qsizetype BatchRun::checkForDeletedPhotosInSourceFolder(bool remove) {
+  QList<std::shared_ptr<PhotoFile>> batch = delegate_->arraySelectedImagesToProcess;
+  qsizetype existing = 0;
+  for (qsizetype i = batch.size() - 1; i >= 0; --i) {
+    if (batch.at(i) && QFileInfo::exists(batch.at(i)->filePath))
+      ++existing;
+    else if (remove)
+      batch.removeAt(i);
+  }
+  delegate_->arraySelectedImagesToProcess = batch;
+  if (existing == 0)
+    QTimer::singleShot(200, this, [this] { showAlertWithType(107); });
+  return existing;
+}

@@ -1,0 +1,425 @@
+// The batch run driver and its summary log on real batches in a temporary HOME: statuses
+// and their message priority, counters, the free-space threshold, stop and resume, the
+// scale factor, move mode, the exact log text and the re-process list.
+#include "processing/BatchRun.h"
+
+#include "app/AppDelegate.h"
+#include "imaging/Utils.h"
+#include "intake/PhotoFile.h"
+#include "platform/StandardFolders.h"
+#include "rename/OutputPhotoPath.h"
+
+#include "tests/support/TestEnv.h"
+
+#include <QDir>
+#include <QEventLoop>
+#include <QFile>
+#include <QFileInfo>
+#include <QRegularExpression>
+#include <QTemporaryDir>
+#include <QThread>
+#include <QTimer>
+
+#include <gtest/gtest.h>
+
+#include <vips/vips8>
+
+namespace {
+
+const char *const kSamples[] = {"jpg/Canon_40D.jpg", "jpg/orientation/landscape_6.jpg",
+                                "jpg/Nikon_D70.jpg", "jpg/gps/DSCN0010.jpg"};
+
+class BatchRunTest : public ::testing::Test {
+protected:
+  void SetUp() override {
+    ASSERT_TRUE(dir.isValid());
+    QDir().mkpath(dir.filePath("in"));
+    QDir().mkpath(dir.filePath("out"));
+    delegate = AppDelegate::shared();
+    delegate->prepareForHeadlessCommand();
+    delegate->arraySelectedImagesToProcess.clear();
+    delegate->arrayDestinationPaths.clear();
+    delegate->isPHOTOS_PROCESSING_IN_PROGERESS = false;
+    delegate->isSUBWINDOW_OPENED = false;
+    run = std::make_unique<BatchRun>(delegate);
+    run->submitToBackground = [](std::function<void()> work) { work(); };
+    run->freeSpaceReader = [this](const QString &) { return freeBytes; };
+    run->totalSpaceReader = [](const QString &) { return qint64(1) << 40; };
+    run->scaleFactorReader = [this] { return scale; };
+    run->openPath = [this](const QString &path) { opened << path; };
+    run->logLine = [this](const QString &line) { console << line; };
+    run->settings.outputFolderPath = dir.filePath("out");
+    run->settings.outputFormat = 4; // jpg
+    QObject::connect(run.get(), &BatchRun::runEnded, [this](bool finished) { ended << finished; });
+  }
+
+  // Adds photos[i] copied into in/, written to out/<name>.
+  void addPhoto(const char *sample, const QString &newName) {
+    const QString source =
+        testenv::copyPhoto(sample, dir.filePath("in"),
+                           QStringLiteral("p%1_%2")
+                               .arg(delegate->arraySelectedImagesToProcess.size())
+                               .arg(QFileInfo(sample).fileName()));
+    delegate->arraySelectedImagesToProcess.append(PhotoFile::initWithFileUrl(source, false));
+    delegate->arrayDestinationPaths.append(
+        OutputPhotoPath::initWithoutDiskCheck(dir.filePath("out/" + newName), source));
+  }
+
+  QString source(int i) const { return delegate->arraySelectedImagesToProcess.at(i)->filePath; }
+  QString destination(int i) const { return delegate->arrayDestinationPaths.at(i)->filePath; }
+  qint32 status(int i) const { return delegate->arraySelectedImagesToProcess.at(i)->processStatus; }
+  QString message(int i) const {
+    return delegate->arraySelectedImagesToProcess.at(i)->processInfoMessage;
+  }
+  QString logText() const {
+    QFile file(run->strLogfilePath);
+    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
+  }
+
+  QTemporaryDir dir;
+  AppDelegate *delegate = nullptr;
+  std::unique_ptr<BatchRun> run;
+  qint64 freeBytes = qint64(1) << 40;
+  double scale = 1.0;
+  QStringList opened;
+  QStringList console;
+  QList<bool> ended;
+};
+
+const QString kLine = QString(78, '-');
+
+TEST_F(BatchRunTest, FinishedRunWritesEveryPhotoAndTheExactLog) {
+  addPhoto(kSamples[0], "a.jpg");
+  addPhoto(kSamples[1], "b.jpg");
+  addPhoto(kSamples[2], "c.jpg");
+  run->arrayFileAlreadyExists << destination(2);
+  QList<int> progress;
+  QObject::connect(run.get(), &BatchRun::progressChanged, [&](int p) { progress << p; });
+
+  ASSERT_TRUE(run->sendStartProcessRequest());
+  ASSERT_EQ(ended, QList<bool>{true});
+  EXPECT_FALSE(delegate->isPHOTOS_PROCESSING_IN_PROGERESS);
+  EXPECT_EQ(status(0), 1);
+  EXPECT_EQ(message(0), "File processed successfully");
+  EXPECT_EQ(status(1), 1);
+  EXPECT_EQ(status(2), 3);
+  EXPECT_EQ(message(2), "File already exists in destination folder.");
+  EXPECT_TRUE(QFileInfo::exists(destination(0)));
+  EXPECT_TRUE(QFileInfo::exists(destination(1)));
+  EXPECT_FALSE(QFileInfo::exists(destination(2)));
+  EXPECT_EQ(progress, (QList<int>{0, 33, 66, 100}));
+  EXPECT_EQ(run->counterProcessedSuccessfully, 2);
+  EXPECT_EQ(run->counterSkipped, 1);
+  EXPECT_EQ(run->counterTotalProgressedFiles, 3);
+  EXPECT_EQ(run->arrayFilesToReProcess.size(), 1);
+  EXPECT_TRUE(opened.isEmpty());
+
+  // The orientation-6 photo was written upright.
+  const vips::VImage b = vips::VImage::new_from_file(QFile::encodeName(destination(1)).data());
+  EXPECT_EQ(b.width(), 600);
+  EXPECT_EQ(b.height(), 450);
+
+  const QString start = run->processStartTimeStr;
+  EXPECT_TRUE(QRegularExpression("^\\d\\d-\\d\\d-\\d{4} \\d\\d:\\d\\d:\\d{1,2} (AM|PM)$")
+                  .match(start)
+                  .hasMatch())
+      << start.toStdString();
+  EXPECT_EQ(QFileInfo(run->strLogfilePath).absolutePath(),
+            platform::documentsDirectory() + "/Quillmere");
+  EXPECT_TRUE(QRegularExpression("/Quillmere_LogSummary_\\d{8} \\d{5,6} (AM|PM)\\.log$")
+                  .match(run->strLogfilePath)
+                  .hasMatch())
+      << run->strLogfilePath.toStdString();
+
+  QStringList lines = logText().split('\n');
+  ASSERT_EQ(lines.size(), 27) << logText().toStdString();
+  EXPECT_TRUE(lines[7].startsWith("Time elapsed: ")) << lines[7].toStdString();
+  lines[7] = "Time elapsed: X";
+  const double total = delegate->arraySelectedImagesToProcess[0]->fileSizeInBytes +
+                       delegate->arraySelectedImagesToProcess[1]->fileSizeInBytes +
+                       delegate->arraySelectedImagesToProcess[2]->fileSizeInBytes;
+  const QStringList expected = {"QUILLMERE LOG SUMMARY " + start,
+                                "",
+                                kLine,
+                                "Process Started at: " + start,
+                                "Status: Completed",
+                                "Batch Count: 3",
+                                "Total Size: " + Utils::sharedUtils().unitStringFromBytes(total, 0),
+                                "Time elapsed: X",
+                                "Errors: 0",
+                                "Output Directory: " + dir.filePath("out"),
+                                kLine,
+                                "",
+                                "Photos Processed : 2",
+                                kLine,
+                                "1\tProcessed\t" + source(0),
+                                "2\tProcessed\t" + source(1),
+                                "",
+                                "Photos not Processed : 0",
+                                kLine,
+                                "",
+                                "Photos Skipped (File already exists in destination folder) :1",
+                                kLine,
+                                "1\tSkipped\t" + source(2),
+                                "",
+                                "Photos Processed with Error :0",
+                                kLine,
+                                ""};
+  EXPECT_EQ(lines, expected);
+
+  EXPECT_EQ(run->summaryInfo.header, "Process Finished!");
+  EXPECT_EQ(run->summaryInfo.processed, "2");
+  EXPECT_EQ(run->summaryInfo.skipped, "1");
+  EXPECT_EQ(run->summaryInfo.stepsApplied, "0");
+  EXPECT_TRUE(run->summaryInfo.showProcessSkippedButton);
+  EXPECT_TRUE(run->summaryInfo.showOpenOutputFolderButton);
+  EXPECT_EQ(run->summaryInfo.outputDirectory, dir.filePath("out"));
+  EXPECT_TRUE(console.contains("Log File Generated successfully"));
+  EXPECT_TRUE(run->batchInfoText().endsWith("Process Completed: 100 %"));
+}
+
+TEST_F(BatchRunTest, ProblemListsChooseTheMessageByPriority) {
+  for (int i = 0; i < 5; ++i)
+    addPhoto(kSamples[i % 4], QStringLiteral("n%1.jpg").arg(i));
+  run->arrayDuplicateNames << destination(0);
+  run->arrayInvalidFileName << destination(0) << destination(2);
+  run->arrayFileNotFound << source(1);
+  run->arrayEmptyNames << destination(1) << destination(2) << destination(3);
+  ASSERT_TRUE(run->sendStartProcessRequest());
+  ASSERT_EQ(ended, QList<bool>{true});
+  const QStringList messages = {"Duplicate filename", "File not available in source folder",
+                                "Invalid filename", "Filename is blank"};
+  for (int i = 0; i < 4; ++i) {
+    EXPECT_EQ(status(i), 2);
+    EXPECT_EQ(message(i), messages[i]);
+    EXPECT_FALSE(QFileInfo::exists(destination(i)));
+  }
+  EXPECT_EQ(status(4), 1);
+  EXPECT_EQ(run->counterProcessedWithError, 4);
+  EXPECT_TRUE(run->processInfoText().contains("Errors reported: 4"));
+  const QString log = logText();
+  EXPECT_TRUE(log.contains("Errors: 4\n"));
+  EXPECT_TRUE(log.contains("\nPhotos Processed with Error :4\n" + kLine +
+                           "\n1\tError(Duplicate "
+                           "filename)\t" +
+                           source(0) + "\n2\tError(File not available in source folder)\t" +
+                           source(1) + "\n"));
+  EXPECT_EQ(run->arrayFilesToReProcess.size(), 4);
+  QList<std::shared_ptr<PhotoFile>> handed;
+  QObject::connect(run.get(), &BatchRun::processSkippedRequested,
+                   [&](const QList<std::shared_ptr<PhotoFile>> &photos) { handed = photos; });
+  run->btnProcessSkippedFilesTapped();
+  EXPECT_EQ(handed.size(), 4);
+}
+
+class FreeSpaceTest : public BatchRunTest, public ::testing::WithParamInterface<qint64> {};
+
+TEST_P(FreeSpaceTest, AtMost100MiBStopsAfterTheCurrentPhoto) {
+  const qint64 bytes = GetParam();
+  const bool low = bytes < 105906176;
+  addPhoto(kSamples[0], "a.jpg");
+  addPhoto(kSamples[2], "b.jpg");
+  addPhoto(kSamples[3], "c.jpg");
+  freeBytes = bytes;
+  int sheets = 0;
+  QObject::connect(run.get(), &BatchRun::enoughSpacePopupRequested, [&] { ++sheets; });
+  ASSERT_TRUE(run->sendStartProcessRequest());
+  EXPECT_TRUE(console.contains(QStringLiteral("Memory Capacity of 1048576 MiB with %1 MiB Free "
+                                              "memory available.")
+                                   .arg(bytes >> 20)));
+  if (!low) {
+    EXPECT_EQ(sheets, 0);
+    EXPECT_EQ(ended, QList<bool>{true});
+    return;
+  }
+  EXPECT_EQ(sheets, 1);
+  EXPECT_TRUE(ended.isEmpty());
+  EXPECT_TRUE(delegate->isSUBWINDOW_OPENED);
+  // The photo in hand was written and is recorded; the rest waits.
+  EXPECT_EQ(status(0), 1);
+  EXPECT_TRUE(QFileInfo::exists(destination(0)));
+  EXPECT_EQ(status(1), 0);
+  EXPECT_FALSE(QFileInfo::exists(destination(1)));
+  run->btnOkOnEnoughtSpcaecTapped();
+  EXPECT_FALSE(delegate->isSUBWINDOW_OPENED);
+  EXPECT_EQ(ended, QList<bool>{false});
+  EXPECT_EQ(run->summaryInfo.header, "Process Stopped!");
+  const QString log = logText();
+  EXPECT_TRUE(log.contains("Status: Process interrupted by user\n"));
+  EXPECT_TRUE(log.contains("Photos Processed : 1\n" + kLine + "\n1\tProcessed\t" + source(0)));
+  EXPECT_TRUE(log.contains("Photos not Processed : 2\n" + kLine + "\n1\tNot Processed\t" +
+                           source(1) + "\n2\tNot Processed\t" + source(2) + "\n"));
+  EXPECT_EQ(run->arrayFilesToReProcess.size(), 2);
+}
+
+INSTANTIATE_TEST_SUITE_P(Threshold, FreeSpaceTest,
+                         ::testing::Values(qint64(105906175), qint64(105906176)));
+
+TEST_F(BatchRunTest, StopThenNoResumesAtTheFirstUnfinishedPhoto) {
+  for (int i = 0; i < 4; ++i)
+    addPhoto(kSamples[i], QStringLiteral("s%1.png").arg(i));
+  run->settings.outputFormat = 6;
+  QString sheet;
+  QObject::connect(run.get(), &BatchRun::abortSheetRequested, [&](const QString &t) { sheet = t; });
+  bool stopOnce = true;
+  QObject::connect(run.get(), &BatchRun::photoUpdated, [&](qint64 index) {
+    if (index == 1 && stopOnce) {
+      stopOnce = false;
+      run->btnStopProcessTapped();
+    }
+  });
+  ASSERT_TRUE(run->sendStartProcessRequest());
+  EXPECT_EQ(sheet, "Photos that are not processed will be skipped. Do you still want to stop?");
+  EXPECT_EQ(run->counterTotalProgressedFiles, 2);
+  EXPECT_EQ(status(2), 0);
+  EXPECT_TRUE(ended.isEmpty());
+  run->btnNoOnAbortTapped();
+  ASSERT_EQ(ended, QList<bool>{true});
+  for (int i = 0; i < 4; ++i) {
+    EXPECT_EQ(status(i), 1) << i;
+    EXPECT_TRUE(QFileInfo::exists(destination(i)));
+  }
+  EXPECT_EQ(run->counterProcessedSuccessfully, 4);
+  EXPECT_EQ(QDir(dir.filePath("out")).entryList(QDir::Files | QDir::Hidden).size(), 4);
+}
+
+TEST_F(BatchRunTest, StopThenYesEndsStoppedWithTheRestNotProcessed) {
+  for (int i = 0; i < 3; ++i)
+    addPhoto(kSamples[i], QStringLiteral("y%1.jpg").arg(i));
+  QObject::connect(run.get(), &BatchRun::photoUpdated, [&](qint64 index) {
+    if (index == 0)
+      run->btnStopProcessTapped();
+  });
+  ASSERT_TRUE(run->sendStartProcessRequest());
+  run->btnYesOnAbortTapped();
+  ASSERT_EQ(ended, QList<bool>{false});
+  EXPECT_EQ(status(0), 1);
+  EXPECT_EQ(status(1), 0);
+  EXPECT_EQ(status(2), 0);
+  EXPECT_EQ(run->counterNotProcessed, 2);
+  EXPECT_TRUE(logText().contains("Status: Process interrupted by user\n"));
+  EXPECT_TRUE(run->summaryInfo.showProcessSkippedButton);
+}
+
+TEST_F(BatchRunTest, ScaleFactorTwoHalvesTheWrittenSize) {
+  addPhoto(kSamples[0], "half.jpg");
+  scale = 2.0;
+  ASSERT_TRUE(run->sendStartProcessRequest());
+  const vips::VImage written =
+      vips::VImage::new_from_file(QFile::encodeName(destination(0)).data());
+  const vips::VImage original = vips::VImage::new_from_file(QFile::encodeName(source(0)).data());
+  EXPECT_EQ(written.width(), original.width() / 2);
+  EXPECT_EQ(written.height(), original.height() / 2);
+  EXPECT_TRUE(console.contains("backing scale factor: 2.000000"));
+}
+
+TEST_F(BatchRunTest, MoveModeTrashesOnlySourcesWhoseOutputExists) {
+  addPhoto(kSamples[0], "m0.jpg");
+  addPhoto("jpg/corrupted.jpg", "m1.jpg");
+  // A photo whose bytes end early cannot be decoded: reported processed, counted apart.
+  const QString broken = source(1);
+  QFile::resize(broken, 300);
+  run->settings.moveAndRenameToDestinationFolder = true;
+  ASSERT_TRUE(run->sendStartProcessRequest());
+  ASSERT_EQ(ended, QList<bool>{true});
+  EXPECT_TRUE(QFileInfo::exists(destination(0)));
+  EXPECT_FALSE(QFileInfo::exists(source(0)));
+  EXPECT_TRUE(
+      QFileInfo::exists(platform::trashDirectory() + "/files/" + QFileInfo(source(0)).fileName()));
+  EXPECT_EQ(status(1), 1);
+  EXPECT_FALSE(QFileInfo::exists(destination(1)));
+  EXPECT_TRUE(QFileInfo::exists(broken));
+  EXPECT_EQ(run->counterNotWritten, 1);
+  EXPECT_TRUE(console.filter("not written: " + destination(1)).size() == 1);
+}
+
+TEST_F(BatchRunTest, RepresentationTypes) {
+  const QStringList formats = delegate->arrFileFormatsSupported;
+  EXPECT_EQ(BatchRun::representationType(8, formats, "jpg"), 4);  // pdf counts as jpeg
+  EXPECT_EQ(BatchRun::representationType(0, formats, "tiff"), 0); // tiff as tif
+  EXPECT_EQ(BatchRun::representationType(0, formats, "TIFF"), 0);
+  EXPECT_EQ(BatchRun::representationType(0, formats, "JPG"), 3);
+  EXPECT_EQ(BatchRun::representationType(0, formats, "nef"), 4);
+  EXPECT_EQ(BatchRun::representationType(6, formats, "jpg"), 5);
+  EXPECT_EQ(BatchRun::representationType(7, formats, "jpg"), 6);
+  EXPECT_EQ(BatchRun::representationType(2, formats, "jpg"), 1);
+}
+
+TEST_F(BatchRunTest, EmptyBatchDeletedPhotosAndAlerts) {
+  int settingsShown = 0;
+  QObject::connect(run.get(), &BatchRun::showSettingsView, [&] { ++settingsShown; });
+  EXPECT_FALSE(run->sendStartProcessRequest());
+  EXPECT_EQ(settingsShown, 1);
+  EXPECT_TRUE(ended.isEmpty());
+
+  addPhoto(kSamples[0], "d0.jpg");
+  addPhoto(kSamples[1], "d1.jpg");
+  QFile::remove(source(0));
+  EXPECT_EQ(run->checkForDeletedPhotosInSourceFolder(false), 1);
+  EXPECT_EQ(delegate->arraySelectedImagesToProcess.size(), 2);
+  EXPECT_EQ(run->checkForDeletedPhotosInSourceFolder(true), 1);
+  ASSERT_EQ(delegate->arraySelectedImagesToProcess.size(), 1);
+  QFile::remove(source(0));
+  QList<int> alerts;
+  QObject::connect(run.get(), &BatchRun::alertRequested,
+                   [&](int type, const QString &, const QString &) { alerts << type; });
+  EXPECT_EQ(run->checkForDeletedPhotosInSourceFolder(false), 0);
+  QEventLoop loop;
+  QTimer::singleShot(400, &loop, &QEventLoop::quit);
+  loop.exec();
+  EXPECT_EQ(alerts, QList<int>{107});
+
+  EXPECT_EQ(BatchRun::alertForType(107, 2).title, "PHOTOS DELETED");
+  EXPECT_EQ(BatchRun::alertForType(107, 1).message, "Photo no longer exists in the Source folder!");
+  EXPECT_EQ(BatchRun::alertForType(115, 1).title, "ERROR/WARNING");
+  EXPECT_EQ(BatchRun::alertForType(3, 1).title, "PHOTO DELETED");
+}
+
+TEST_F(BatchRunTest, SourceFolderModeAndNothingToReprocess) {
+  addPhoto(kSamples[0], "sf.jpg");
+  run->settings.useSourceFolder = true;
+  run->settings.openOutputFolderAfterProcessing = true;
+  ASSERT_TRUE(run->sendStartProcessRequest());
+  EXPECT_TRUE(logText().contains("Output Directory: source photo's folder\n"));
+  EXPECT_EQ(run->summaryInfo.outputDirectory, "source photo's folder");
+  EXPECT_FALSE(run->summaryInfo.showOpenOutputFolderButton);
+  EXPECT_FALSE(run->summaryInfo.showProcessSkippedButton);
+  EXPECT_EQ(opened, QStringList{dir.filePath("out")});
+}
+
+// The real threading: the loop on its own thread, every report delivered synchronously here.
+TEST_F(BatchRunTest, BackgroundLoopReportsOnTheOwningThread) {
+  for (int i = 0; i < 3; ++i)
+    addPhoto(kSamples[i], QStringLiteral("t%1.gif").arg(i));
+  run->settings.outputFormat = 3;
+  run->submitToBackground = {};
+  BatchRun threaded(delegate);
+  threaded.freeSpaceReader = run->freeSpaceReader;
+  threaded.totalSpaceReader = run->totalSpaceReader;
+  threaded.openPath = run->openPath;
+  threaded.logLine = run->logLine;
+  threaded.settings = run->settings;
+  QThread *const owner = QThread::currentThread();
+  bool allOnOwner = true;
+  QObject::connect(&threaded, &BatchRun::photoUpdated,
+                   [&](qint64) { allOnOwner = allOnOwner && QThread::currentThread() == owner; });
+  QEventLoop loop;
+  bool finished = false;
+  QObject::connect(&threaded, &BatchRun::runEnded, [&](bool f) {
+    finished = f;
+    loop.quit();
+  });
+  QTimer::singleShot(60000, &loop, &QEventLoop::quit);
+  ASSERT_TRUE(threaded.sendStartProcessRequest());
+  loop.exec();
+  EXPECT_TRUE(finished);
+  EXPECT_TRUE(allOnOwner);
+  for (int i = 0; i < 3; ++i) {
+    EXPECT_EQ(status(i), 1);
+    QFile file(destination(i));
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    EXPECT_TRUE(file.read(4) == "GIF8");
+  }
+}
+
+} // namespace
