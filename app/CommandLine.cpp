@@ -21,6 +21,7 @@ struct CommandEntry {
 // Each headless command lives in its own file; this table only names them.
 constexpr CommandEntry kCommands[] = {
     {"info", &Commands::info},
+    {"preview", &Commands::preview},
 };
 
 QTextStream &stdOut() {

@@ -8,4 +8,7 @@ namespace app::Commands {
 // quillmere info FILE...
 int info(const QStringList &args);
 
+// quillmere preview [OPTIONS] PATH...
+int preview(const QStringList &args);
+
 } // namespace app::Commands

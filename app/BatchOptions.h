@@ -1,0 +1,41 @@
+#pragma once
+
+#include <QDateTime>
+#include <QSet>
+#include <QString>
+#include <QStringList>
+
+#include <memory>
+
+class BatchRenameSetting;
+class OutputOptionSettings;
+class PhotoFile;
+
+// The options shared by `quillmere preview` and `quillmere run`: how the batch is added,
+// the rename and format settings, and the output options. Settings from files, the short
+// forms and the rename options all pass the settings screen's field rules.
+namespace app::BatchOptions {
+
+struct Parsed {
+  QStringList paths;
+  bool recursive = false;
+  QDateTime from;
+  QDateTime to;
+  std::shared_ptr<BatchRenameSetting> setting;
+  std::shared_ptr<OutputOptionSettings> options;
+  // Flags the command accepted besides the shared ones (e.g. "--yes" for run).
+  QSet<QString> flags;
+};
+
+// Parses args. extraFlags are accepted value-less flags of the calling command. False with
+// a message (for standard error, without the "quillmere: " prefix) on bad usage.
+bool parse(const QStringList &args, const QStringList &extraFlags, Parsed *out, QString *error);
+
+// The options text of --help.
+QString helpText();
+
+// Builds the batch from the parsed paths as one add run, the add run's messages on standard
+// error. Returns 0, or 64 with the reason written when the add was refused.
+int buildBatch(const Parsed &parsed, QList<std::shared_ptr<PhotoFile>> *batch);
+
+} // namespace app::BatchOptions
