@@ -4,6 +4,8 @@
 #pragma GCC diagnostic ignored "-Wdeprecated-declarations"
 
 #include <QFile>
+#include <QFileInfo>
+#include <QStringList>
 #include <QVariantList>
 
 #include <exiv2/exiv2.hpp>
@@ -722,20 +724,66 @@ struct VipsUnref {
 };
 using VipsHandle = std::unique_ptr<VipsImage, VipsUnref>;
 
-// Camera RAW files: LibRaw knows their sensor sizes when nothing else can tell.
-bool rawSize(const QString *path, const QByteArray *bytes, int *width, int *height, int *flip) {
+// Camera RAW files: LibRaw knows their sensor's picture size.
+bool rawHeader(const QString *path, const QByteArray *bytes, QVariantMap &dict) {
   LibRaw raw;
   int status = LIBRAW_SUCCESS;
   if (path)
     status = raw.open_file(QFile::encodeName(*path).constData());
   else
     status = raw.open_buffer(const_cast<char *>(bytes->constData()), size_t(bytes->size()));
-  if (status != LIBRAW_SUCCESS || raw.imgdata.sizes.width == 0)
+  if (status != LIBRAW_SUCCESS || raw.imgdata.sizes.width == 0 || raw.imgdata.sizes.height == 0)
     return false;
-  *width = raw.imgdata.sizes.width;
-  *height = raw.imgdata.sizes.height;
-  *flip = raw.imgdata.sizes.flip;
+  dict.insert(QStringLiteral("PixelWidth"), int(raw.imgdata.sizes.width));
+  dict.insert(QStringLiteral("PixelHeight"), int(raw.imgdata.sizes.height));
+  dict.insert(QStringLiteral("ColorModel"), QStringLiteral("RGB"));
+  dict.insert(QStringLiteral("Depth"), 16);
+  dict.insert(QStringLiteral("HasAlpha"), false);
   return true;
+}
+
+bool isCameraRawName(const QString &path) {
+  static const QStringList extensions = {
+      QStringLiteral("3fr"), QStringLiteral("arw"), QStringLiteral("cr2"), QStringLiteral("cr3"),
+      QStringLiteral("crw"), QStringLiteral("dcr"), QStringLiteral("dng"), QStringLiteral("erf"),
+      QStringLiteral("iiq"), QStringLiteral("kdc"), QStringLiteral("mef"), QStringLiteral("mos"),
+      QStringLiteral("mrw"), QStringLiteral("nef"), QStringLiteral("nrw"), QStringLiteral("orf"),
+      QStringLiteral("pef"), QStringLiteral("raf"), QStringLiteral("raw"), QStringLiteral("rw2"),
+      QStringLiteral("rwl"), QStringLiteral("sr2"), QStringLiteral("srf"), QStringLiteral("srw"),
+      QStringLiteral("x3f")};
+  const qsizetype dot = path.lastIndexOf(QLatin1Char('.'));
+  if (dot < 0 || path.indexOf(QLatin1Char('/'), dot) >= 0)
+    return false;
+  return extensions.contains(path.mid(dot + 1).toLower());
+}
+
+// The PNG group: interlacing, the text chunks under their usual names, the pixel density.
+void readPngGroup(VipsImage *image, QVariantMap &dict) {
+  QVariantMap png;
+  png.insert(QStringLiteral("InterlaceType"), vips_image_get_typeof(image, "interlaced") ? 1 : 0);
+  if (gchar **fields = vips_image_get_fields(image)) {
+    for (gchar **field = fields; *field; ++field) {
+      // libvips names text chunks "png-comment-N-KEY".
+      const QString name = QString::fromUtf8(*field);
+      if (!name.startsWith(QLatin1String("png-comment-")))
+        continue;
+      const qsizetype dash = name.indexOf(QLatin1Char('-'), 12);
+      if (dash < 0)
+        continue;
+      QString key = name.mid(dash + 1);
+      key.remove(QLatin1Char(' '));
+      const char *text = nullptr;
+      if (vips_image_get_string(image, *field, &text) == 0 && text && !key.isEmpty() &&
+          !png.contains(key))
+        png.insert(key, cleanText(text));
+    }
+    g_strfreev(fields);
+  }
+  if (dict.contains(QStringLiteral("DPIWidth"))) {
+    png.insert(QStringLiteral("XPixelsPerMeter"), qRound(vips_image_get_xres(image) * 1000.0));
+    png.insert(QStringLiteral("YPixelsPerMeter"), qRound(vips_image_get_yres(image) * 1000.0));
+  }
+  dict.insert(QStringLiteral("{PNG}"), png);
 }
 
 // The top-level keys of a JPEG from its own markers, as libvips would report them.
@@ -807,53 +855,47 @@ std::optional<QVariantMap> read(const QString *path, const QByteArray *bytes) {
   bool haveHeader = false;
   bool decodedTurned = false;
   const char *loader = nullptr;
+  bool triedRaw = false;
   if (exiv.jpeg.valid) {
     jpegHeader(exiv, dict);
     haveHeader = true;
-  } else if (path) {
-    const QByteArray name = QFile::encodeName(*path);
-    loader = vips_foreign_find_load(name.constData());
-    if (usableLoader(loader)) {
-      VipsHandle image(vips_image_new_from_file(name.constData(), nullptr));
-      if (image) {
-        readHeader(image.get(), dict, false);
-        haveHeader = true;
-        decodedTurned = std::strstr(loader, "Heif") != nullptr;
-        if (decodedTurned && !exiv.hadExif)
-          readExifBlob(image.get(), dict);
-      }
+  } else if (path && isCameraRawName(*path)) {
+    // libvips would read such a file's TIFF structure and report its embedded preview.
+    triedRaw = true;
+    haveHeader = rawHeader(path, bytes, dict);
+  }
+  if (!haveHeader) {
+    VipsHandle image;
+    if (path) {
+      const QByteArray name = QFile::encodeName(*path);
+      loader = vips_foreign_find_load(name.constData());
+      if (usableLoader(loader))
+        image.reset(vips_image_new_from_file(name.constData(), nullptr));
+    } else {
+      loader = vips_foreign_find_load_buffer(bytes->constData(), size_t(bytes->size()));
+      if (usableLoader(loader))
+        image.reset(
+            vips_image_new_from_buffer(bytes->constData(), size_t(bytes->size()), "", nullptr));
     }
-  } else if (!bytes->isEmpty()) {
-    loader = vips_foreign_find_load_buffer(bytes->constData(), size_t(bytes->size()));
-    if (usableLoader(loader)) {
-      VipsHandle image(
-          vips_image_new_from_buffer(bytes->constData(), size_t(bytes->size()), "", nullptr));
-      if (image) {
-        readHeader(image.get(), dict, false);
-        haveHeader = true;
-        decodedTurned = std::strstr(loader, "Heif") != nullptr;
-        if (decodedTurned && !exiv.hadExif)
-          readExifBlob(image.get(), dict);
-      }
+    if (image) {
+      readHeader(image.get(), dict, false);
+      haveHeader = true;
+      if (std::strstr(loader, "Png"))
+        readPngGroup(image.get(), dict);
+      decodedTurned = std::strstr(loader, "Heif") != nullptr;
+      if (decodedTurned && !exiv.hadExif)
+        readExifBlob(image.get(), dict);
     }
   }
   vips_error_clear();
   exifResolution(dict);
 
-  if (!haveHeader) {
-    int width = 0, height = 0, flip = 0;
-    if (exiv.opened && rawSize(path, bytes, &width, &height, &flip)) {
-      dict.insert(QStringLiteral("PixelWidth"), width);
-      dict.insert(QStringLiteral("PixelHeight"), height);
-      dict.insert(QStringLiteral("ColorModel"), QStringLiteral("RGB"));
-      dict.insert(QStringLiteral("Depth"), 16);
-      dict.insert(QStringLiteral("HasAlpha"), false);
-      haveHeader = true;
-    } else if (exiv.opened && exiv.pixelWidth > 0 && exiv.pixelHeight > 0) {
-      dict.insert(QStringLiteral("PixelWidth"), exiv.pixelWidth);
-      dict.insert(QStringLiteral("PixelHeight"), exiv.pixelHeight);
-      haveHeader = true;
-    }
+  if (!haveHeader && exiv.opened && !triedRaw)
+    haveHeader = rawHeader(path, bytes, dict);
+  if (!haveHeader && exiv.opened && exiv.pixelWidth > 0 && exiv.pixelHeight > 0) {
+    dict.insert(QStringLiteral("PixelWidth"), exiv.pixelWidth);
+    dict.insert(QStringLiteral("PixelHeight"), exiv.pixelHeight);
+    haveHeader = true;
   }
   if (!haveHeader)
     return std::nullopt; // not an image either library can read
@@ -864,7 +906,8 @@ std::optional<QVariantMap> read(const QString *path, const QByteArray *bytes) {
 } // namespace
 
 std::optional<QVariantMap> readFile(const QString &path) {
-  if (path.isEmpty())
+  // Only regular files: a FIFO or a device would block or never end.
+  if (path.isEmpty() || !QFileInfo(path).isFile())
     return std::nullopt;
   return read(&path, nullptr);
 }

@@ -16,6 +16,7 @@
 #include <gtest/gtest.h>
 #include <vips/vips8>
 
+#include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
 
@@ -313,6 +314,29 @@ TEST(ImageProperties, ColourModelDepthAlphaAndResolutionOfMadeImages) {
   }
 }
 
+TEST(ImageProperties, PngGroupWithTextChunksAndDensity) {
+  QTemporaryDir dir;
+  const QString path = dir.path() + "/text.png";
+  vips::VImage image = vips::VImage::black(12, 8, vips::VImage::option()->set("bands", 3))
+                           .cast(VIPS_FORMAT_UCHAR)
+                           .copy(vips::VImage::option()
+                                     ->set("interpretation", VIPS_INTERPRETATION_sRGB)
+                                     ->set("xres", 2.0)
+                                     ->set("yres", 4.0));
+  image.set("png-comment-0-Title", "Harbour at dusk");
+  image.set("png-comment-1-Author", "Quill");
+  image.write_to_file(path.toUtf8().constData());
+  const auto dict = ImageProcessing::exifForFile(path);
+  ASSERT_TRUE(dict.has_value());
+  const QVariantMap png = group(*dict, "{PNG}");
+  EXPECT_EQ(png.value("Title").toString(), "Harbour at dusk");
+  EXPECT_EQ(png.value("Author").toString(), "Quill");
+  EXPECT_EQ(png.value("InterlaceType").toInt(), 0);
+  EXPECT_EQ(png.value("XPixelsPerMeter").toInt(), 2000);
+  EXPECT_EQ(png.value("YPixelsPerMeter").toInt(), 4000);
+  EXPECT_NEAR(dict->value("DPIWidth").toDouble(), 50.8, 0.01);
+}
+
 TEST(ImageProperties, DamagedFilesGivePartialDictionariesOrNone) {
   QStringList damaged;
   for (const char *folder : {"jpg/tests", "jpg/invalid"}) {
@@ -357,6 +381,10 @@ TEST(ImageProperties, NonImagesAndUnreadableFilesGiveNone) {
                    testenv::writeFile(base + "stub.jpg", QByteArray("\xff\xd8\xff\xe1\x00", 5)))
                    .has_value());
   EXPECT_FALSE(platform::ImageProperties::readBuffer(QByteArray()).has_value());
+  // A FIFO with no writer would block a reader for ever.
+  const QString fifo = base + "pipe.jpg";
+  ASSERT_EQ(mkfifo(QFile::encodeName(fifo).constData(), 0600), 0);
+  EXPECT_FALSE(ImageProcessing::exifForFile(fifo).has_value());
 
   if (geteuid() != 0) { // root reads any file
     const QString locked = testenv::copyPhoto("jpg/Canon_40D.jpg", dir.path(), "locked.jpg");
