@@ -51,6 +51,10 @@ struct OrientationRow {
   double width, height;
 };
 
+void PrintTo(const OrientationRow &row, std::ostream *out) {
+  *out << row.file;
+}
+
 class Orientation : public PhotoRecord, public ::testing::WithParamInterface<OrientationRow> {};
 
 // The sample pictures are stored 600 x 450 (landscape) with each EXIF orientation.
@@ -125,6 +129,37 @@ TEST_F(PhotoRecord, EpsBoundingBoxAtEndAndInsideBinaryWrapper) {
   EXPECT_EQ(h, 30);
   EXPECT_FALSE(intake::encapsulatedPostScriptSize(
       testenv::writeFile(path("f.eps"), "%!PS\nno box here\n"), &w, &h));
+}
+
+// The smallest PICT 2 picture: the 512-byte header, a 40 x 30 frame and the end opcode.
+QByteArray minimalPict() {
+  QByteArray pict(512, '\0');
+  const quint16 words[] = {0x0000, 0,      0,      30, 40, // size, frame top, left, bottom, right
+                           0x0011, 0x02FF,                 // version 2
+                           0x0C00, 0xFFFF, 0xFFFF, 0,  0,  0,  0, 0, 0, 0, 0, 0, 0, // header
+                           0x001E,                             // default highlight
+                           0x0001, 10,     0,      0,  30, 40, // clip region
+                           0x00FF};                            // end of picture
+  for (quint16 w : words) {
+    pict.append(char(w >> 8));
+    pict.append(char(w & 0xFF));
+  }
+  return pict;
+}
+
+TEST_F(PhotoRecord, PictSizeFromThePictReader) {
+  const QString pict = testenv::writeFile(path("frame.pict"), minimalPict());
+  double w = 0, h = 0;
+  if (!intake::pictSize(pict, &w, &h))
+    GTEST_SKIP() << "no PICT reader here: the image properties' size stands";
+  EXPECT_EQ(w, 40);
+  EXPECT_EQ(h, 30);
+  const auto photo = PhotoFile::initWithFileUrl(pict, false);
+  EXPECT_EQ(photo->width, 40);
+  EXPECT_EQ(photo->height, 30);
+  const auto upper =
+      PhotoFile::initWithFileUrl(testenv::writeFile(path("frame.PCT"), minimalPict()), false);
+  EXPECT_EQ(upper->width, 40);
 }
 
 TEST_F(PhotoRecord, UnreadableFilesGetNoSizeAndNeverBlock) {
