@@ -307,7 +307,8 @@ void AddPhotosVC::btnStopAddingTapped() {
 }
 
 void AddPhotosVC::waitForFinished() {
-  if (!running_ && pendingSteps_ == 0)
+  // From inside a step the worker is waiting for us: waiting for it would never end.
+  if ((!running_ && pendingSteps_ == 0) || inStep_ > 0)
     return;
   QEventLoop loop;
   QEventLoop *outer = waitLoop_;
@@ -750,10 +751,15 @@ void AddPhotosVC::startWorker(std::function<void()> work, bool highPriority) {
 }
 
 void AddPhotosVC::onOwnerThread(const std::function<void()> &step) {
-  if (QThread::currentThread() == owner_->thread())
+  const auto counted = [this, &step] {
+    ++inStep_;
     step();
+    --inStep_;
+  };
+  if (QThread::currentThread() == owner_->thread())
+    counted();
   else
-    QMetaObject::invokeMethod(owner_, step, Qt::BlockingQueuedConnection);
+    QMetaObject::invokeMethod(owner_, counted, Qt::BlockingQueuedConnection);
 }
 
 void AddPhotosVC::scheduleAfterDelay(std::function<void()> step) {

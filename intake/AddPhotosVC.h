@@ -136,7 +136,8 @@ public:
   // The stop button: the add phase ends before its next file.
   void btnStopAddingTapped();
   bool isRunning() const { return running_; }
-  // Runs an event loop until the current run is over (returns at once when idle).
+  // Runs an event loop until the current run is over (returns at once when idle, and when
+  // called from a listener call, which the run is waiting on).
   void waitForFinished();
 
   // --- The run's steps (public for the screen and for tests) ---
@@ -248,6 +249,7 @@ private:
   qint32 maxPhotosLimit_ = kMaxPhotosLimit;
   int workers_ = 0;
   int pendingSteps_ = 0;
+  int inStep_ = 0;
   bool running_ = false;
   bool damagedPromptScheduled_ = false;
   bool parallelReading_ = true;
