@@ -22,6 +22,7 @@ struct CommandEntry {
 constexpr CommandEntry kCommands[] = {
     {"info", &Commands::info},
     {"preview", &Commands::preview},
+    {"run", &Commands::run},
 };
 
 QTextStream &stdOut() {

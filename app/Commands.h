@@ -11,4 +11,7 @@ int info(const QStringList &args);
 // quillmere preview [OPTIONS] PATH...
 int preview(const QStringList &args);
 
+// quillmere run [OPTIONS] PATH...
+int run(const QStringList &args);
+
 } // namespace app::Commands

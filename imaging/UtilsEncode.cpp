@@ -3,6 +3,7 @@
 #include "app/AppDelegate.h"
 #include "imaging/ImageProcessing.h"
 #include "platform/MetadataCopy.h"
+#include "processing/ProcessingLog.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -95,7 +96,7 @@ bool Utils::saveImageInSelectedFormat(int repType, const QString &path, const VI
                                       QString *reason) {
   Q_UNUSED(image);
   Q_UNUSED(orientation);
-  std::fprintf(stderr, "save image at path %s\n", qPrintable(path));
+  qCInfo(lcProcessing).noquote() << QStringLiteral("save image at path %1").arg(path);
   if (repType < 0 || repType > 6) {
     if (reason)
       *reason = QStringLiteral("unknown representation type %1").arg(repType);
@@ -112,7 +113,8 @@ bool Utils::saveImageInSelectedFormat(int repType, const QString &path, const VI
     options.pixelHeight = bitmap.height();
     QString why;
     if (!platform::MetadataCopy::copy(sourcePath, path, options, &why))
-      std::fprintf(stderr, "metadata not carried into %s: %s\n", qPrintable(path), qPrintable(why));
+      qCInfo(lcProcessing).noquote()
+          << QStringLiteral("metadata not carried into %1: %2").arg(path, why);
   }
   return true;
 }

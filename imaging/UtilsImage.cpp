@@ -7,6 +7,7 @@
 #include "intake/PhotoFile.h"
 #include "metadata/ExifInfo.h"
 #include "platform/RawDecoder.h"
+#include "processing/ProcessingLog.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -157,14 +158,14 @@ QSizeF Utils::getImageOriginalSizeAtFilePathUrl(const QString &path) {
   if (extension == QLatin1String("eps") || extension == QLatin1String("EPS")) {
     double ew = 0, eh = 0;
     if (intake::encapsulatedPostScriptSize(path, &ew, &eh)) {
-      std::fprintf(stderr, "epsDict = %g x %g\n", ew, eh);
+      qCInfo(lcProcessing).noquote() << QStringLiteral("epsDict = %1 x %2").arg(ew).arg(eh);
       wPrime = ew > 0 ? ew : w;
       hPrime = eh > 0 ? eh : h;
     }
   } else if (extension == QLatin1String("pict") || extension == QLatin1String("PICT")) {
     double pw = 0, ph = 0;
     if (intake::pictSize(path, &pw, &ph)) {
-      std::fprintf(stderr, "epsDict = %g x %g\n", pw, ph);
+      qCInfo(lcProcessing).noquote() << QStringLiteral("epsDict = %1 x %2").arg(pw).arg(ph);
       wPrime = pw > 0 ? pw : w;
       hPrime = ph > 0 ? ph : h;
     }

@@ -1,5 +1,7 @@
 #include "processing/BatchRun.h"
 
+#include "processing/ProcessingLog.h"
+
 #include "app/AppDelegate.h"
 #include "imaging/AppliedFilter.h"
 #include "imaging/Utils.h"
@@ -19,6 +21,8 @@
 #include <cmath>
 #include <cstdio>
 
+Q_LOGGING_CATEGORY(lcProcessing, "quillmere.processing")
+
 namespace {
 
 const QString kStartPattern = QStringLiteral("MM-dd-YYYY hh:mm:s a");
@@ -35,7 +39,7 @@ BatchRun::BatchRun(AppDelegate *delegate, QObject *parent) : QObject(parent), de
     thread->start();
   };
   openPath = [](const QString &path) { platform::Workspace::openPath(path); };
-  logLine = [](const QString &line) { std::fprintf(stderr, "%s\n", qPrintable(line)); };
+  logLine = [](const QString &line) { qCInfo(lcProcessing).noquote() << line; };
 
   writer_.setCompressionInProgress = [this](bool on) { isCompressionInProgress = on; };
   writer_.takeStopRequestWhileCompression = [this] {
@@ -284,7 +288,9 @@ void BatchRun::processFileFromBunch(const std::shared_ptr<PhotoFile> &photo, qin
   }
   if (!result.produced)
     log(QStringLiteral("not written: %1: %2").arg(newPath, result.reason));
-  report(result.status, result.message, true, result.produced);
+  // An output removed by a stop during compression leaves the photo unprocessed: its report
+  // is dropped like that of any photo the stop caught, and a resume writes it again.
+  report(result.status, result.message, !result.removedOnStop, result.produced);
 }
 
 void BatchRun::callForUpdatingProgressWithCountWithProcessStatus(qint32 status,

@@ -1,5 +1,7 @@
 #include "processing/ImageWriter.h"
 
+#include "processing/ProcessingLog.h"
+
 #include "app/AppDelegate.h"
 #include "imaging/Utils.h"
 #include "intake/PhotoFile.h"
@@ -33,7 +35,7 @@ const QStringList &stillExtensions() {
 }
 
 void logLine(const QString &line) {
-  std::fprintf(stderr, "%s\n", qPrintable(line));
+  qCInfo(lcProcessing).noquote() << line;
 }
 
 // File-manager failures are logged; "no such file" is the one the writer expects to see.
@@ -94,6 +96,7 @@ void ImageWriter::makePictureFolderIfNeeded(const QString &newPath) {
 WriteReport ImageWriter::saveImgInDirectoryFilteredImg(const VImage &image, const QString &newPath,
                                                        int repType, const PhotoFile &photo) {
   WriteReport report;
+  removedOnStop_ = false;
   makePictureFolderIfNeeded(newPath);
   const QString extension = QFileInfo(newPath).suffix();
   bool alreadyExists = false;
@@ -108,6 +111,7 @@ WriteReport ImageWriter::saveImgInDirectoryFilteredImg(const VImage &image, cons
     produced = saveImageUsingImageMagick(image, newPath, photo, &report.reason, &alreadyExists);
   }
   report.produced = produced;
+  report.removedOnStop = removedOnStop_;
   if (alreadyExists) {
     // A file appeared at the destination after the preview and overwriting is off.
     report.status = 3;
@@ -228,6 +232,7 @@ bool ImageWriter::saveImageUsingDefaultMethodInDirectoryFilteredImg(
       if (written) {
         removeLogged(newPath);
         written = false;
+        removedOnStop_ = true;
         *reason = QStringLiteral("removed: the run was stopped during compression");
       }
       if (stopProcessAfterCompletionCompression)

@@ -20,6 +20,9 @@ struct WriteReport {
   QString message = QStringLiteral("File processed successfully");
   bool produced = false;
   QString reason;
+  // The output was removed because the run was stopped during compression: the photo
+  // counts as not processed.
+  bool removedOnStop = false;
 };
 
 // The image writer: one loaded photo into its output file. Every output is encoded into a
@@ -64,6 +67,7 @@ public:
 
 private:
   void makePictureFolderIfNeeded(const QString &newPath);
+  bool removedOnStop_ = false;
   bool writeStill(const vips::VImage &image, const vips::VImage &bitmap,
                   const QVariantMap &properties, const QString &newPath, int repType, float factor,
                   int orientation, int compressionLevel, const PhotoFile &photo, QString *reason,

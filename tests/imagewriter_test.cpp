@@ -307,6 +307,7 @@ TEST(WriterCompression, EffortShrinksPngAndStopRemovesTheOutput) {
       writer.saveImgInDirectoryFilteredImg(*image, dir.filePath("stopped.png"), 5, *photo);
   EXPECT_EQ(report.status, 1);
   EXPECT_FALSE(report.produced);
+  EXPECT_TRUE(report.removedOnStop);
   EXPECT_FALSE(QFileInfo::exists(dir.filePath("stopped.png")));
   EXPECT_EQ(stopped, 1);
 }
