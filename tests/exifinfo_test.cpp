@@ -129,6 +129,10 @@ struct CodeRow {
   const char *text;
 };
 
+void PrintTo(const CodeRow &row, std::ostream *out) {
+  *out << row.text << " from " << CommonFunc::objectDescription(row.code).toStdString();
+}
+
 class CodeTexts : public ::testing::TestWithParam<CodeRow> {};
 
 TEST_P(CodeTexts, Converted) {

@@ -53,6 +53,10 @@ struct CameraRow {
   int height;
 };
 
+void PrintTo(const CameraRow &row, std::ostream *out) {
+  *out << row.file;
+}
+
 class CameraTags : public ::testing::TestWithParam<CameraRow> {};
 
 TEST_P(CameraTags, MakeModelIsoAndSize) {
