@@ -25,3 +25,23 @@ std::shared_ptr<OutputPhotoPath> OutputPhotoPath::initWithFileUrl(const QString 
       (record->filePath != path && platform::Files::fileExists(record->filePath));
   return record;
 }
+
+QString OutputPhotoPath::folderPrefixFor(const QString &folder) {
+  // Runs of "/" collapse and a trailing "/" goes, as they do for the whole path.
+  const QString fixed =
+      platform::PathText::stringByDeletingLastPathComponent(folder + QStringLiteral("/x"));
+  return fixed == QLatin1String("/") ? fixed : fixed + QLatin1Char('/');
+}
+
+std::shared_ptr<OutputPhotoPath> OutputPhotoPath::initWithFolderPrefix(const QString &folderPrefix,
+                                                                       const QString &newName,
+                                                                       const QString &oldPath) {
+  auto record = std::make_shared<OutputPhotoPath>();
+  // The extension is found in the last component only, so the name alone tells it.
+  record->fileExtension = platform::PathText::pathExtension(newName).toLower();
+  record->filePath = folderPrefix + platform::PathText::stringByDeletingPathExtension(newName) +
+                     QLatin1Char('.') + record->fileExtension;
+  record->oldFilePath = oldPath;
+  record->fileName = newName;
+  return record;
+}

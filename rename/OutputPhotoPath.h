@@ -17,6 +17,14 @@ public:
   static std::shared_ptr<OutputPhotoPath> initWithoutDiskCheck(const QString &path,
                                                                const QString &oldPath);
 
+  // The same record for the path folder + "/" + newName, where newName holds no "/" and
+  // folderPrefix is the folder as path rules write it followed by "/" (folderPrefixFor): a
+  // preview pass makes the prefix once per folder instead of re-reading the whole path for
+  // every photo. fileAlreadyExistAtPath stays false.
+  static std::shared_ptr<OutputPhotoPath>
+  initWithFolderPrefix(const QString &folderPrefix, const QString &newName, const QString &oldPath);
+  static QString folderPrefixFor(const QString &folder);
+
   bool fileAlreadyExistAtPath = false;
   qint32 occurenceCount = 0;
   QString filePath;

@@ -4,8 +4,12 @@
 #include "rename/OutputPhotoPath.h"
 
 ErrorFiles calculateErrorFiles(const QList<std::shared_ptr<OutputPhotoPath>> &records,
-                               bool owerwriteExistingFiles) {
+                               bool owerwriteExistingFiles, bool collectConsoleLines) {
   ErrorFiles e;
+  const auto log = [&e, collectConsoleLines](const char *finding, const QString &path) {
+    if (collectConsoleLines)
+      e.consoleLines.append(QLatin1String(finding) + QStringLiteral(" == ") + path);
+  };
   for (const std::shared_ptr<OutputPhotoPath> &record : records) {
     if (!record)
       continue;
@@ -13,29 +17,29 @@ ErrorFiles calculateErrorFiles(const QList<std::shared_ptr<OutputPhotoPath>> &re
       e.arrayEmptyNames.append(record->filePath);
       e.emptyNames.insert(record->filePath);
       e.arrayAllErrors.append(record);
-      e.consoleLines.append(QStringLiteral("empty file name == %1").arg(record->filePath));
+      log("empty file name", record->filePath);
     } else if (record->fileName.contains(QLatin1String("http:"), Qt::CaseInsensitive)) {
       e.arrayInvalidFileName.append(record->filePath);
       e.invalidNames.insert(record->filePath);
       e.arrayAllErrors.append(record);
-      e.consoleLines.append(QStringLiteral("invalid file name == %1").arg(record->filePath));
+      log("invalid file name", record->filePath);
     } else if (record->occurenceCount >= 2) {
       e.arrayDuplicateNames.append(record->filePath);
       e.duplicateNames.insert(record->filePath);
       e.arrayAllErrors.append(record);
-      e.consoleLines.append(QStringLiteral("duplicate file name == %1").arg(record->filePath));
+      log("duplicate file name", record->filePath);
     } else if (!platform::Files::fileExists(record->oldFilePath)) {
       e.arrayFileNotFound.append(record->oldFilePath);
       e.notFound.insert(record->oldFilePath);
       e.arrayAllErrors.append(record);
-      e.consoleLines.append(QStringLiteral("files not found == %1").arg(record->oldFilePath));
+      log("files not found", record->oldFilePath);
     } else if (owerwriteExistingFiles) {
       continue;
     } else if (record->fileAlreadyExistAtPath) {
       e.arrayFileAlreadyExists.append(record->filePath);
       e.alreadyExists.insert(record->filePath);
       e.arrayAllWarnings.append(record);
-      e.consoleLines.append(QStringLiteral("files already exists == %1").arg(record->filePath));
+      log("files already exists", record->filePath);
     }
   }
   return e;

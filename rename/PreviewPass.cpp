@@ -3,6 +3,8 @@
 #include "app/AppDelegate.h"
 #include "intake/PhotoFile.h"
 #include "platform/Files.h"
+#include "platform/FolderListing.h"
+#include "platform/PathText.h"
 #include "rename/BatchRenameSetting.h"
 #include "rename/BoxedValue.h"
 #include "rename/OutputOptionSettings.h"
@@ -10,33 +12,116 @@
 
 #include <QEventLoop>
 #include <QHash>
+#include <QSet>
 #include <QThreadPool>
+
+#include <algorithm>
+#include <optional>
+#include <thread>
+#include <vector>
+
+namespace {
+
+// Records of one slice of the batch [begin, end) with an engine of its own; the slice
+// starts at its batch position, so numbers and names are those of a single pass.
+struct Slice {
+  qsizetype begin = 0;
+  qsizetype end = 0;
+  bool isIphotoExist = false;
+  bool isRawFormatExist = false;
+};
+
+// The names in folder; none when it cannot be listed (the caller then tests each path).
+std::optional<QSet<QString>> namesInFolder(const QString &folder) {
+  bool isDirectory = false;
+  if (!platform::Files::fileExists(folder, &isDirectory) || !isDirectory)
+    return QSet<QString>();
+  const platform::FolderListing::Listing listing = platform::FolderListing::list(folder);
+  if (!listing.readable)
+    return std::nullopt;
+  QSet<QString> names;
+  names.reserve(listing.entries.size());
+  for (const platform::FolderListing::Entry &entry : listing.entries)
+    names.insert(entry.name);
+  return names;
+}
+
+void computeSlice(const QList<std::shared_ptr<PhotoFile>> &batch, const RenameRules &rules,
+                  const QStringList &formats, const OutputOptionSettings &options, Slice *slice,
+                  std::vector<std::shared_ptr<OutputPhotoPath>> *paths) {
+  RenameEngine engine(rules, formats);
+  const DestinationFolder destination(options);
+  // Each destination folder is listed once: a name lookup per photo then costs no file
+  // system call. A folder that cannot be listed falls back to a test per photo; one that
+  // does not exist holds nothing.
+  struct FolderFacts {
+    QString prefix;
+    std::optional<QSet<QString>> names;
+  };
+  QHash<QString, FolderFacts> folders;
+  for (qsizetype i = slice->begin; i < slice->end; ++i) {
+    const PhotoFile &photo = *batch.at(i);
+    const QString newName = engine.getUpdatedRenameStringForPhotoFile(photo, quint32(i));
+    const QString folder = destination.getUpdatedOutputPathStringForPhotoFile(photo);
+    auto known = folders.constFind(folder);
+    if (known == folders.cend())
+      known =
+          folders.insert(folder, {OutputPhotoPath::folderPrefixFor(folder), namesInFolder(folder)});
+    std::shared_ptr<OutputPhotoPath> record;
+    if (known->names && !newName.contains(QLatin1Char('/'))) {
+      record = OutputPhotoPath::initWithFolderPrefix(known->prefix, newName, photo.filePath);
+      const QSet<QString> &names = *known->names;
+      record->fileAlreadyExistAtPath =
+          !names.isEmpty() &&
+          (names.contains(newName) ||
+           names.contains(QStringView(record->filePath).mid(known->prefix.size()).toString()));
+    } else {
+      record =
+          OutputPhotoPath::initWithFileUrl(folder + QLatin1Char('/') + newName, photo.filePath);
+    }
+    (*paths)[size_t(i)] = std::move(record);
+    if (photo.isIphotosNode)
+      slice->isIphotoExist = true;
+  }
+  slice->isRawFormatExist = engine.isRawFormatExist;
+}
+
+// Slices worth a thread of their own: the taken date reads every file, so even small
+// batches gain; plain string work only pays off for large ones.
+int workerCount(qsizetype photos, bool readsFiles) {
+  const qsizetype minimumPerWorker = readsFiles ? 8 : 20000;
+  const int cores = int(std::max(1u, std::thread::hardware_concurrency()));
+  return int(std::clamp<qsizetype>(photos / minimumPerWorker, 1, std::min(cores, 4)));
+}
+
+} // namespace
 
 PreviewResult computePreview(const QList<std::shared_ptr<PhotoFile>> &batch,
                              const RenameRules &rules, const QStringList &formats,
                              const OutputOptionSettings &options) {
-  PreviewResult result;
-  result.paths.reserve(batch.size());
-  RenameEngine engine(rules, formats);
-  const DestinationFolder destination(options);
-  // No file can exist in a folder that does not: one test per folder spares a test per
-  // photo when the destination has not been made yet.
-  QHash<QString, bool> folderExists;
-  quint32 index = 0;
-  for (const std::shared_ptr<PhotoFile> &photo : batch) {
-    const QString newName = engine.getUpdatedRenameStringForPhotoFile(*photo, index++);
-    const QString folder = destination.getUpdatedOutputPathStringForPhotoFile(*photo);
-    const QString path = folder + QLatin1Char('/') + newName;
-    auto known = folderExists.constFind(folder);
-    if (known == folderExists.cend())
-      known = folderExists.insert(folder, platform::Files::fileExists(folder));
-    result.paths.append(known.value()
-                            ? OutputPhotoPath::initWithFileUrl(path, photo->filePath)
-                            : OutputPhotoPath::initWithoutDiskCheck(path, photo->filePath));
-    if (photo->isIphotosNode)
-      result.isIphotoExist = true;
+  const qsizetype count = batch.size();
+  std::vector<std::shared_ptr<OutputPhotoPath>> paths(static_cast<size_t>(count));
+  const int workers = workerCount(count, rules.needsTakenDate());
+  std::vector<Slice> slices(static_cast<size_t>(workers));
+  for (int w = 0; w < workers; ++w) {
+    slices[size_t(w)].begin = count * w / workers;
+    slices[size_t(w)].end = count * (w + 1) / workers;
   }
-  result.isRawFormatExist = engine.isRawFormatExist;
+  std::vector<std::thread> threads;
+  for (int w = 1; w < workers; ++w)
+    threads.emplace_back(computeSlice, std::cref(batch), std::cref(rules), std::cref(formats),
+                         std::cref(options), &slices[size_t(w)], &paths);
+  computeSlice(batch, rules, formats, options, &slices[0], &paths);
+  for (std::thread &thread : threads)
+    thread.join();
+
+  PreviewResult result;
+  result.paths = QList<std::shared_ptr<OutputPhotoPath>>(std::make_move_iterator(paths.begin()),
+                                                         std::make_move_iterator(paths.end()));
+  for (const Slice &slice : slices)
+    result.isIphotoExist = result.isIphotoExist || slice.isIphotoExist;
+  // The engine's flag tells about the last photo computed: the last slice's.
+  result.isRawFormatExist = slices.back().isRawFormatExist;
   countOccurences(result.paths);
   return result;
 }

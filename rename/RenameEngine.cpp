@@ -66,7 +66,10 @@ RenameRules RenameRules::fromSetting(const BatchRenameSetting &setting) {
 }
 
 RenameEngine::RenameEngine(const RenameRules &rules, const QStringList &formats)
-    : rules_(rules), formats_(formats), datePattern_(datePatternForFormat(rules.dateFormat)) {}
+    : rules_(rules), formats_(formats), removedCharacters_(rules.chars.toUcs4()),
+      datePattern_(datePatternForFormat(rules.dateFormat)),
+      dayPattern_(datePattern_.section(QLatin1Char(' '), 0, 0)),
+      timePattern_(datePattern_.section(QLatin1Char(' '), 1)) {}
 
 RenameEngine::RenameEngine(const BatchRenameSetting &setting, const QStringList &formats)
     : RenameEngine(RenameRules::fromSetting(setting), formats) {}
@@ -93,15 +96,19 @@ QString RenameEngine::dateText(const QDateTime &date, const QString &pattern) {
 QString RenameEngine::cachedDateText(const QDateTime &date) {
   if (!date.isValid() || datePattern_.isEmpty())
     return QString();
-  const qint64 msecs = date.toMSecsSinceEpoch();
-  if (msecs < 0)
-    return dateText(date, datePattern_);
-  const qint64 second = msecs / 1000;
-  if (second != cachedSecond_) {
-    cachedText_ = dateText(date, datePattern_);
-    cachedSecond_ = second;
+  const QDateTime local = date.toLocalTime();
+  const QDate day = local.date();
+  if (day != cachedDay_ || cachedDayText_.isEmpty()) {
+    cachedDayText_ = dateText(date, dayPattern_);
+    cachedDay_ = day;
   }
-  return cachedText_;
+  if (timePattern_.isEmpty())
+    return cachedDayText_;
+  const int second = local.time().msecsSinceStartOfDay() / 1000;
+  auto text = timeTexts_.constFind(second);
+  if (text == timeTexts_.cend())
+    text = timeTexts_.insert(second, dateText(date, timePattern_));
+  return cachedDayText_ + QLatin1Char(' ') + text.value();
 }
 
 QString RenameEngine::extensionFor(const QString &fileExtension) {
@@ -168,9 +175,13 @@ QString RenameEngine::newName(const RenameSubject &subject, quint32 index) {
     putAt(name, r.dateAs, stampText(subject));
 
   if (r.folderOn) {
-    const QString folder = platform::PathText::lastPathComponent(
-        platform::PathText::stringByDeletingLastPathComponent(subject.filePath));
-    putAt(name, r.folderAs, folder);
+    const QString folderPath =
+        platform::PathText::stringByDeletingLastPathComponent(subject.filePath);
+    if (folderPath != lastFolderPath_) {
+      lastFolderName_ = platform::PathText::lastPathComponent(folderPath);
+      lastFolderPath_ = folderPath;
+    }
+    putAt(name, r.folderAs, lastFolderName_);
   }
 
   if (r.addStringOn) {
@@ -202,7 +213,7 @@ QString RenameEngine::newName(const RenameSubject &subject, quint32 index) {
     if (r.from < r.to && end > start)
       name.remove(start, end - start);
     if (!r.chars.isEmpty())
-      name = removeCharacters(name, r.chars);
+      name = removeCharacters(name, removedCharacters_);
     if (!r.words.isEmpty())
       name = removeWords(name, r.words);
   }
@@ -226,6 +237,19 @@ QString RenameEngine::titleCase(const QString &text) {
   bool wordStart = true;
   for (qsizetype i = 0; i < text.size();) {
     char32_t cp = text.at(i).unicode();
+    if (cp < 0x80) {
+      // ASCII has one-to-one case mappings: no text needs to be made for it.
+      const bool space = cp == ' ' || (cp >= '\t' && cp <= '\r');
+      char c = char(cp);
+      if (!space && wordStart && c >= 'a' && c <= 'z')
+        c = char(c - 'a' + 'A');
+      else if (!space && !wordStart && c >= 'A' && c <= 'Z')
+        c = char(c - 'A' + 'a');
+      out += QLatin1Char(c);
+      wordStart = space;
+      ++i;
+      continue;
+    }
     qsizetype width = 1;
     if (QChar::isHighSurrogate(cp) && i + 1 < text.size() && text.at(i + 1).isLowSurrogate()) {
       cp = QChar::surrogateToUcs4(text.at(i), text.at(i + 1));
@@ -265,7 +289,10 @@ QString RenameEngine::removeWords(const QString &text, const QString &word) {
 }
 
 QString RenameEngine::removeCharacters(const QString &text, const QString &chars) {
-  const QList<uint> listed = chars.toUcs4();
+  return removeCharacters(text, chars.toUcs4());
+}
+
+QString RenameEngine::removeCharacters(const QString &text, const QList<uint> &listed) {
   QString out;
   out.reserve(text.size());
   for (qsizetype i = 0; i < text.size();) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QDateTime>
+#include <QHash>
 #include <QString>
 #include <QStringList>
 
@@ -96,6 +97,7 @@ public:
   static QString removeWords(const QString &text, const QString &word);
   // Every character (code point) that chars contains removed.
   static QString removeCharacters(const QString &text, const QString &chars);
+  static QString removeCharacters(const QString &text, const QList<uint> &codePoints);
   // Halves of surrogate pairs that lost their partner (a cut between them) removed, so the
   // name encodes to valid UTF-8.
   static QString dropLoneSurrogates(const QString &text);
@@ -109,9 +111,17 @@ private:
 
   RenameRules rules_;
   QStringList formats_;
+  QList<uint> removedCharacters_; // the code points of "Chars", read once
+  // The folder name of the last photo's folder: a batch comes folder by folder.
+  QString lastFolderPath_;
+  QString lastFolderName_;
   QString datePattern_;
-  // Date texts change at most once a second (no pattern shows less), so the last one is
-  // reused for dates in the same second.
-  qint64 cachedSecond_ = -1;
-  QString cachedText_;
+  // The stamp is a date part and an optional time part that read separate fields (day,
+  // month, week-year; hour, minute, second), so each part's text is made once per local day
+  // or second of the day and reused.
+  QString dayPattern_;
+  QString timePattern_;
+  QDate cachedDay_;
+  QString cachedDayText_;
+  QHash<int, QString> timeTexts_;
 };

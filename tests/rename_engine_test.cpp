@@ -36,13 +36,18 @@ void rule(QVariantMap &dict, std::initializer_list<std::pair<const char *, QVari
 }
 
 struct EngineRow {
+  EngineRow(const char *name, Edit edit, QString fileName, QString expected, quint32 index = 0,
+            bool raw = false, QDateTime modified = utc(2024, 3, 14, 21, 5, 7), QDateTime taken = {})
+      : name(name), edit(std::move(edit)), fileName(std::move(fileName)),
+        expected(std::move(expected)), index(index), raw(raw), modified(std::move(modified)),
+        taken(std::move(taken)) {}
   const char *name;
   Edit edit;
   QString fileName;
   QString expected;
-  quint32 index = 0;
-  bool raw = false;
-  QDateTime modified = utc(2024, 3, 14, 21, 5, 7);
+  quint32 index;
+  bool raw;
+  QDateTime modified;
   QDateTime taken; // invalid: the photo has no capture date
 };
 

@@ -19,10 +19,6 @@ namespace {
 
 const char *kSmall = "jpg/Fujifilm_FinePix_E500.jpg"; // taken 2006:08:17 09:24:48
 
-QStringList formats() {
-  return {"Keep original format", "tif", "bmp", "gif", "jpg", "jpeg", "png", "jp2", "pdf"};
-}
-
 // --- Destination records ---
 
 struct PathRow {
@@ -49,6 +45,21 @@ INSTANTIATE_TEST_SUITE_P(
                               "17-08-2006 09:24:48a.JPG", "jpg"},
                       PathRow{"/x/\xC3\x89t\xC3\xA9.TIF", "/x/\xC3\x89t\xC3\xA9.tif",
                               "\xC3\x89t\xC3\xA9.TIF", "tif"}));
+
+TEST(Destination, FolderPrefixGivesTheSameRecordAsTheWholePath) {
+  for (const QString folder : {"/out", "/out/", "/out//sub", "/", "", "rel/dir"}) {
+    const QString prefix = OutputPhotoPath::folderPrefixFor(folder);
+    for (const QString name : {"a.JPG", ".JPG", "a.b.Png", "noext", "a.", "\u00c9t\u00e9.TIF"}) {
+      const auto whole = OutputPhotoPath::initWithoutDiskCheck(folder + "/" + name, "/s");
+      const auto quick = OutputPhotoPath::initWithFolderPrefix(prefix, name, "/s");
+      EXPECT_EQ(quick->filePath, whole->filePath)
+          << folder.toStdString() << " " << name.toStdString();
+      EXPECT_EQ(quick->fileName, whole->fileName)
+          << folder.toStdString() << " " << name.toStdString();
+      EXPECT_EQ(quick->fileExtension, whole->fileExtension);
+    }
+  }
+}
 
 TEST(Destination, ExistingFileFoundUnderEitherCase) {
   QTemporaryDir dir;
@@ -133,9 +144,11 @@ TEST(OutputOptions, ArchiveRoundTripAndWrongTypes) {
 // --- Checks ---
 
 struct Dest {
+  Dest(const char *newPath, bool sourceExists = true, bool destinationExists = false)
+      : newPath(newPath), sourceExists(sourceExists), destinationExists(destinationExists) {}
   const char *newPath; // relative to the output folder
-  bool sourceExists = true;
-  bool destinationExists = false;
+  bool sourceExists;
+  bool destinationExists;
 };
 struct CheckRow {
   const char *name;
@@ -166,7 +179,7 @@ TEST_P(CheckRows, SortTheBatch) {
     records.append(OutputPhotoPath::initWithFileUrl(path, source));
   }
   countOccurences(records);
-  const ErrorFiles e = calculateErrorFiles(records, GetParam().overwrite);
+  const ErrorFiles e = calculateErrorFiles(records, GetParam().overwrite, true);
   ASSERT_EQ(records.size(), qsizetype(GetParam().statuses.size()));
   for (qsizetype i = 0; i < records.size(); ++i)
     EXPECT_EQ(rowStatusForRecord(*records[i], e).toolTip,
@@ -267,7 +280,7 @@ TEST(Checks, ConsoleLinesNameTheFinding) {
   QList<std::shared_ptr<OutputPhotoPath>> records = {
       OutputPhotoPath::initWithFileUrl("/no/such/out/a.JPG", "/no/such/src/a.jpg")};
   countOccurences(records);
-  const ErrorFiles e = calculateErrorFiles(records, false);
+  const ErrorFiles e = calculateErrorFiles(records, false, true);
   EXPECT_EQ(e.consoleLines, QStringList{"files not found == /no/such/src/a.jpg"});
   EXPECT_EQ(recordsForPreviewFilesMode(PreviewErrors, records, e).size(), 1);
   EXPECT_EQ(recordsForPreviewFilesMode(PreviewWarnings, records, e).size(), 0);
@@ -305,6 +318,22 @@ TEST_F(PreviewFixture, TakenDateComesFromTheFile) {
   EXPECT_EQ(r.paths[0]->fileName, QStringLiteral("a17-08-2006 09:24:48.JPG"));
   EXPECT_EQ(r.paths[0]->filePath, out + QStringLiteral("/a17-08-2006 09:24:48.jpg"));
   EXPECT_EQ(r.paths[2]->fileName, QStringLiteral("c17-08-2006 09:24:48.JPEG"));
+}
+
+TEST_F(PreviewFixture, ExistingFilesFlaggedUnderEitherCase) {
+  testenv::writeFile(out + "/a.jpg", "x");
+  testenv::writeFile(out + "/c.JPEG", "x");
+  testenv::writeFile(out + "/B.jpg", "x"); // another name on a case-sensitive disk
+  auto s = BatchRenameSetting::initWithDictionary({});
+  s->flagRenamingMode = 1; // a.JPG, b.JPG, c.JPEG
+  const PreviewResult r =
+      computePreview(delegate.arraySelectedImagesToProcess, RenameRules::fromSetting(*s),
+                     delegate.arrFileFormatsSupported, *delegate.selectedOuputSettingObj);
+  ASSERT_EQ(r.paths.size(), 3);
+  EXPECT_TRUE(r.paths[0]->fileAlreadyExistAtPath); // the run would write a.jpg
+  EXPECT_FALSE(r.paths[1]->fileAlreadyExistAtPath);
+  EXPECT_TRUE(r.paths[2]->fileAlreadyExistAtPath); // c.JPEG is the name as given
+  EXPECT_EQ(r.paths[2]->filePath, out + "/c.jpeg");
 }
 
 TEST_F(PreviewFixture, ControllerHandsTheResultToTheDelegate) {
