@@ -2,6 +2,7 @@
 
 #include "app/AppDelegate.h"
 #include "intake/PhotoFile.h"
+#include "platform/Preferences.h"
 #include "platform/StandardFolders.h"
 #include "rename/BatchRenameSetting.h"
 #include "rename/OutputOptionSettings.h"
@@ -480,6 +481,36 @@ TEST_F(PreviewCommand, TakenDateAndSettingsFileWithWrongTypes) {
   EXPECT_EQ(r.exitCode, 0) << r.err.toStdString();
   EXPECT_TRUE(r.out.contains("\t" + out + "/17-08-2006 09:24:48y.jpg\n")) << r.out.toStdString();
   EXPECT_TRUE(r.out.contains("\t" + out + "/17-08-2006 09:24:48b_xy.jpg\n")) << r.out.toStdString();
+}
+
+TEST_F(PreviewCommand, OptionsFileAndShortFormsOverridingIt) {
+  const QString options =
+      testenv::writeFile(dir.filePath("o.plist"),
+                         ("<?xml version=\"1.0\"?><plist version=\"1.0\"><dict>"
+                          "<key>outputFolderPath</key><string>" +
+                          out +
+                          "</string><key>copyyToDestinationFolder</key><true/>"
+                          "<key>owerwriteExistingFiles</key><string>YES</string></dict></plist>")
+                             .toUtf8());
+  QDir().mkpath(out);
+  testenv::writeFile(out + "/a.jpg", "x");
+  auto r = preview({"--options", options, src});
+  EXPECT_EQ(r.exitCode, 0) << r.err.toStdString(); // overwriting: no warning
+  EXPECT_TRUE(r.out.contains("\t" + out + "/a.jpg\n"));
+  // --beside wins over the file's folder.
+  r = preview({"--options", options, "--beside", "--keep-names", src});
+  EXPECT_TRUE(r.out.contains("\t" + src + "/a.jpg\t" + src + "/a.jpg\n")) << r.out.toStdString();
+}
+
+TEST(OutputOptions, SaveStoresTheArchiveInThePreferences) {
+  auto o = OutputOptionSettings::initWithDefaults();
+  o->setDestinationMode(2);
+  o->saveUpdatedOutputOptionSettingsInDefault();
+  const auto back = OutputOptionSettings::initWithCoder(
+      platform::Preferences::dataValue(QStringLiteral("OUTPUT_OPTONS_SETTING")));
+  ASSERT_TRUE(back);
+  EXPECT_TRUE(back->useSourceFolder);
+  EXPECT_FALSE(back->copyyToDestinationFolder);
 }
 
 TEST_F(PreviewCommand, BadUsageExits64) {
