@@ -20,6 +20,7 @@
 #include <cerrno>
 #include <cmath>
 #include <cstdio>
+#include <future>
 
 Q_LOGGING_CATEGORY(lcProcessing, "quillmere.processing")
 
@@ -145,15 +146,44 @@ void BatchRun::processFilesInBatch(QList<std::shared_ptr<PhotoFile>> batch) {
 
 void BatchRun::runLoop(const QList<std::shared_ptr<PhotoFile>> &batch, qint64 start) {
   bool brokeOnFlag = false;
+  const bool prefetch = prefetchNextPhoto && mayPrefetch(batch);
+  auto load = [](const QString &path) {
+    return Utils::sharedUtils().getImageWithFixedOrientionFromUrl(path);
+  };
+  std::future<std::optional<vips::VImage>> next;
   for (qint64 i = start; i < batch.size(); ++i) {
-    // A cleared run flag passes over every photo left; stopping here is the same.
+    // A cleared run flag passes over every photo left; stopping here is the same. A photo
+    // decoded ahead is simply dropped.
     if (!delegate_->isPHOTOS_PROCESSING_IN_PROGERESS) {
       brokeOnFlag = true;
       break;
     }
-    processFileFromBunch(batch.at(i), i);
+    const std::shared_ptr<PhotoFile> &photo = batch.at(i);
+    std::optional<vips::VImage> image;
+    if (next.valid())
+      image = next.get();
+    else if (photo)
+      image = load(photo->fileURL);
+    if (prefetch && i + 1 < batch.size() && batch.at(i + 1))
+      next = std::async(std::launch::async, load, batch.at(i + 1)->fileURL);
+    processFileFromBunch(photo, i, std::move(image));
   }
+  if (next.valid())
+    next.wait();
   runOnOwnerThread([this, brokeOnFlag] { loopFinished(brokeOnFlag); });
+}
+
+bool BatchRun::mayPrefetch(const QList<std::shared_ptr<PhotoFile>> &batch) const {
+  QSet<QString> sources;
+  for (const auto &photo : batch) {
+    if (photo)
+      sources.insert(QFileInfo(photo->filePath).absoluteFilePath());
+  }
+  for (const auto &destination : delegate_->arrayDestinationPaths) {
+    if (destination && sources.contains(QFileInfo(destination->filePath).absoluteFilePath()))
+      return false;
+  }
+  return true;
 }
 
 void BatchRun::loopFinished(bool brokeOnFlag) {
@@ -204,8 +234,14 @@ int BatchRun::representationType(qint32 outputFormat, const QStringList &formats
 void BatchRun::processFileFromBunch(const std::shared_ptr<PhotoFile> &photo, qint64 index) {
   if (!photo)
     return;
-  std::optional<vips::VImage> image =
-      Utils::sharedUtils().getImageWithFixedOrientionFromUrl(photo->fileURL);
+  processFileFromBunch(photo, index,
+                       Utils::sharedUtils().getImageWithFixedOrientionFromUrl(photo->fileURL));
+}
+
+void BatchRun::processFileFromBunch(const std::shared_ptr<PhotoFile> &photo, qint64 index,
+                                    std::optional<vips::VImage> image) {
+  if (!photo)
+    return;
 
   QString newPath;
   if (index < delegate_->arrayDestinationPaths.size() && delegate_->arrayDestinationPaths.at(index))

@@ -87,6 +87,9 @@ public:
   std::function<void(std::function<void()>)> submitToBackground;
   // Opens a file or folder for the user (the default asks the desktop).
   std::function<void(const QString &)> openPath;
+  // Decodes the next photo while the current one is written (the writes, reports and
+  // checks stay in order); off, every photo is read in its own turn.
+  bool prefetchNextPhoto = true;
   // Console lines (the default writes them to standard error).
   std::function<void(const QString &)> logLine;
 
@@ -157,6 +160,9 @@ public:
   void btnProcessSkippedFilesTapped();
 
   bool isLoopRunning() const { return loopRunning_.load(); }
+  bool mayPrefetchForTesting(const QList<std::shared_ptr<PhotoFile>> &batch) const {
+    return mayPrefetch(batch);
+  }
 
 Q_SIGNALS:
   void progressChanged(int percentage);
@@ -180,6 +186,12 @@ private:
   void runOnOwnerThread(const std::function<void()> &work);
   void submitLoop(QList<std::shared_ptr<PhotoFile>> batch);
   void runLoop(const QList<std::shared_ptr<PhotoFile>> &batch, qint64 start);
+  // One photo with its image already decoded (the loader's result, which may be none).
+  void processFileFromBunch(const std::shared_ptr<PhotoFile> &photo, qint64 index,
+                            std::optional<vips::VImage> image);
+  // Whether the next photo may be decoded while this one is written: not when a destination
+  // of the batch is also a source, since the loop would then read a file it wrote.
+  bool mayPrefetch(const QList<std::shared_ptr<PhotoFile>> &batch) const;
   void loopFinished(bool brokeOnFlag);
   void writeSummaryAndEnd(bool finished);
   qsizetype batchCount() const;

@@ -423,3 +423,26 @@ TEST_F(BatchRunTest, BackgroundLoopReportsOnTheOwningThread) {
 }
 
 } // namespace
+
+namespace {
+
+// A destination that is also a source turns decoding ahead off, so the photo written
+// beside itself is read before it is replaced; each photo is still written once, in order.
+TEST_F(BatchRunTest, DecodingAheadKeepsOrderAndStaysOffWhenADestinationIsASource) {
+  for (int i = 0; i < 4; ++i)
+    addPhoto(kSamples[i], QStringLiteral("o%1.jpg").arg(i));
+  QList<qint64> order;
+  QObject::connect(run.get(), &BatchRun::photoUpdated, [&](qint64 k) { order << k; });
+  ASSERT_TRUE(run->sendStartProcessRequest());
+  EXPECT_EQ(order, (QList<qint64>{0, 1, 2, 3}));
+  for (int i = 0; i < 4; ++i)
+    EXPECT_TRUE(QFileInfo::exists(destination(i)));
+
+  delegate->arrayDestinationPaths[2] = OutputPhotoPath::initWithoutDiskCheck(source(2), source(2));
+  EXPECT_FALSE(run->mayPrefetchForTesting(delegate->arraySelectedImagesToProcess));
+  delegate->arrayDestinationPaths[2] =
+      OutputPhotoPath::initWithoutDiskCheck(dir.filePath("out/x.jpg"), source(2));
+  EXPECT_TRUE(run->mayPrefetchForTesting(delegate->arraySelectedImagesToProcess));
+}
+
+} // namespace
