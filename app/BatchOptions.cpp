@@ -323,7 +323,8 @@ bool parse(const QStringList &args, const QStringList &extraFlags, Parsed *out, 
     return false;
   out->setting = BatchRenameSetting::initWithDictionary(dict);
   if (optionsFile.isEmpty()) {
-    out->options = OutputOptionSettings::initWithDefaults();
+    // The default folder is made below, only if the results still go there.
+    out->options = OutputOptionSettings::initWithDictionary({});
   } else {
     QVariantMap fields;
     if (!readPlist(optionsFile, &fields, error))
@@ -338,6 +339,10 @@ bool parse(const QStringList &args, const QStringList &extraFlags, Parsed *out, 
       applyFlag(option, out);
     }
   }
+
+  if (!out->options->useSourceFolder &&
+      out->options->outputFolderPath == OutputOptionSettings::defaultOutputFolderPath())
+    out->options->createOutputFolderIfMissing();
 
   const qint32 format = out->setting->outputFormatIndex();
   if (format < 0 || format > 8) {

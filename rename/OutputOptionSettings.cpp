@@ -69,13 +69,16 @@ std::shared_ptr<OutputOptionSettings> OutputOptionSettings::initWithDefaults() {
   auto options = std::make_shared<OutputOptionSettings>();
   options->dateString = BatchRenameSetting::currentDateString();
   options->outputFolderPath = defaultOutputFolderPath();
-  if (!platform::Files::fileExists(options->outputFolderPath)) {
-    // A failure is left for the checks and the run to report.
-    if (platform::Files::createDirectory(options->outputFolderPath).ok)
-      qCInfo(lcRename).noquote()
-          << QStringLiteral("directory created successfully %1").arg(options->outputFolderPath);
-  }
+  options->createOutputFolderIfMissing();
   return options;
+}
+
+void OutputOptionSettings::createOutputFolderIfMissing() const {
+  if (outputFolderPath.isEmpty() || platform::Files::fileExists(outputFolderPath))
+    return;
+  if (platform::Files::createDirectory(outputFolderPath).ok)
+    qCInfo(lcRename).noquote()
+        << QStringLiteral("directory created successfully %1").arg(outputFolderPath);
 }
 
 std::shared_ptr<OutputOptionSettings>

@@ -34,6 +34,9 @@ public:
 
   // The Pictures folder's "Quillmere".
   static QString defaultOutputFolderPath();
+  // Makes outputFolderPath (with its parents) when it is missing; a failure is left for the
+  // checks and the run to report.
+  void createOutputFolderIfMissing() const;
 
   // --- Controls ---
   // A destination-mode button (0 move, 1 copy, 2 source folder): clears the three flags

@@ -426,7 +426,13 @@ struct PreviewCommand : ::testing::Test {
 };
 
 TEST_F(PreviewCommand, ReadyBatchStartsAtOnce) {
+  const QString pictures = platform::picturesDirectory() + QStringLiteral("/Quillmere");
+  QDir(pictures).removeRecursively();
   const auto r = preview({"--copy", out + "/", src});
+  // The default folder is made only when the results go there.
+  EXPECT_FALSE(QFileInfo::exists(pictures));
+  EXPECT_EQ(preview({src}).exitCode, 0);
+  EXPECT_TRUE(QFileInfo(pictures).isDir());
   EXPECT_EQ(r.exitCode, 0) << r.err.toStdString();
   EXPECT_EQ(lines(r),
             (QStringList{"File is ready to process.\t" + src + "/a.jpg\t" + out + "/a.jpg",
