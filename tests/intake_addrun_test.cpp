@@ -3,6 +3,7 @@
 
 #include "intake/AddPhotosConsole.h"
 #include "intake/AddPhotosVC.h"
+#include "intake/ImageFileInfo.h"
 #include "intake/PhotoFile.h"
 #include "platform/StandardFolders.h"
 #include "tests/support/TestEnv.h"
@@ -33,12 +34,15 @@ struct Recorder : AddPhotosListener {
   QList<AddPhotosMessage> messages;
   QList<AddPhotosProgress> progress;
   QStringList unreadableFolders;
-  int willAdd = 0, ended = 0, finished = 0, panels = 0;
+  int willAdd = 0, ended = 0, finished = 0, panels = 0, examined = 0;
+  bool lastShowProgressPanel = false;
   std::function<void(const AddPhotosProgress &)> onProgress;
   std::function<void()> onWillAdd;
 
   void addPhotosMessage(const AddPhotosMessage &m) override { messages.append(m); }
-  void addPhotosWillAdd(bool) override {
+  void addPhotosExaminedForFilter(const std::shared_ptr<ImageFileInfo> &) override { ++examined; }
+  void addPhotosWillAdd(bool showProgressPanel) override {
+    lastShowProgressPanel = showProgressPanel;
     ++willAdd;
     if (onWillAdd)
       onWillAdd();
@@ -63,7 +67,7 @@ struct Recorder : AddPhotosListener {
     messages.clear();
     progress.clear();
     unreadableFolders.clear();
-    willAdd = ended = finished = panels = 0;
+    willAdd = ended = finished = panels = examined = 0;
   }
 };
 
@@ -229,6 +233,8 @@ TEST_F(AddRun, ProgressTextsAndPictures) {
   EXPECT_EQ(last.pictureName, QStringLiteral("fill_105"));
   EXPECT_EQ(last.progressText, QStringLiteral("10 photos added"));
   EXPECT_EQ(seen.willAdd, 1);
+  EXPECT_TRUE(seen.lastShowProgressPanel);
+  EXPECT_FALSE(engine.isAddingPhotosInCollectionView);
 
   const QString seven = folderOf(QStringLiteral("seven"), 7);
   add({seven});
@@ -324,6 +330,7 @@ TEST_F(AddRun, DateFilterBordersAndTheRedNote) {
   ASSERT_TRUE(engine.addPaths({folder}, false, early, later.addSecs(-1)).started());
   engine.waitForFinished();
   EXPECT_EQ(batchNames(), QStringList{QStringLiteral("dated/early.jpg")});
+  EXPECT_EQ(seen.examined, 2); // the information list saw each file the filter looked at
   EXPECT_TRUE(engine.isAddingWithFilter);
   EXPECT_TRUE(engine.isAddFromSubFolderSelected);
 
@@ -508,6 +515,7 @@ TEST_F(AddRun, PhotosLibrariesAreRefusedAndIphotoLibrariesRead) {
   EXPECT_FALSE(batch.first()->isIphotosNode);
   EXPECT_FALSE(engine.isIphotoDirectorySelected);
   EXPECT_EQ(seen.willAdd, 1);
+  EXPECT_FALSE(seen.lastShowProgressPanel); // a library shows its panel when it is read
   EXPECT_EQ(seen.panels, 1);
   ASSERT_EQ(seen.progress.size(), 4);
   EXPECT_EQ(seen.progress[0].pathText,
