@@ -25,7 +25,20 @@ QByteArray fileName(const QString &path) {
 
 } // namespace
 
+namespace {
+
+bool isEightBitRgb(const VImage &image) {
+  return image.format() == VIPS_FORMAT_UCHAR &&
+         image.interpretation() == VIPS_INTERPRETATION_sRGB &&
+         (image.bands() == 3 || image.bands() == 4);
+}
+
+} // namespace
+
 std::optional<VImage> Utils::toEightBitRgb(const VImage &image) {
+  // Most photos already are: no conversion, and no copy of their pixels.
+  if (isEightBitRgb(image))
+    return image;
   try {
     VImage in = image;
     const int bands = in.bands();
@@ -113,7 +126,8 @@ std::optional<VImage> Utils::getImageWithFixedOrientionFromUrl(const QString &pa
     if (auto rgb = convertGraycolorModelToRgb(*image))
       image = rgb;
   }
-  // Decode now, so a damaged file fails here rather than inside an encoder.
+  // Decoded now (a no-op for pixels already in memory), so a damaged file fails here rather
+  // than inside an encoder, and a photo decoded ahead is really decoded.
   std::optional<VImage> rgb = toEightBitRgb(*image);
   if (!rgb)
     return std::nullopt;

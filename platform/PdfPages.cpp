@@ -35,10 +35,13 @@ bool appendJpegPage(const QString &pdfPath, const QString &outputPath, const Jpe
     return false;
   }
   try {
+    // qpdf keeps the file names it is given as pointers: they must outlive the calls.
+    const std::string inputName = nativePath(pdfPath);
+    const std::string outputName = nativePath(outputPath);
     QPDF pdf;
     pdf.setSuppressWarnings(true);
     if (QFileInfo(pdfPath).isFile())
-      pdf.processFile(nativePath(pdfPath).c_str());
+      pdf.processFile(inputName.c_str());
     else
       pdf.emptyPDF();
 
@@ -82,7 +85,7 @@ bool appendJpegPage(const QString &pdfPath, const QString &outputPath, const Jpe
 
     QPDFPageDocumentHelper(pdf).addPage(QPDFPageObjectHelper(page), false);
 
-    QPDFWriter writer(pdf, nativePath(outputPath).c_str());
+    QPDFWriter writer(pdf, outputName.c_str());
     writer.setStaticID(false);
     writer.write();
     return true;
@@ -95,9 +98,10 @@ bool appendJpegPage(const QString &pdfPath, const QString &outputPath, const Jpe
 
 int pageCount(const QString &pdfPath) {
   try {
+    const std::string name = nativePath(pdfPath);
     QPDF pdf;
     pdf.setSuppressWarnings(true);
-    pdf.processFile(nativePath(pdfPath).c_str());
+    pdf.processFile(name.c_str());
     return int(QPDFPageDocumentHelper(pdf).getAllPages().size());
   } catch (const std::exception &) {
     return -1;
