@@ -18,6 +18,7 @@
 #include <algorithm>
 #include <optional>
 #include <thread>
+#include <unordered_map>
 #include <vector>
 
 namespace {
@@ -127,12 +128,18 @@ PreviewResult computePreview(const QList<std::shared_ptr<PhotoFile>> &batch,
 }
 
 void countOccurences(const QList<std::shared_ptr<OutputPhotoPath>> &records) {
-  QHash<QString, qint32> counts;
-  counts.reserve(records.size());
-  for (const std::shared_ptr<OutputPhotoPath> &record : records)
-    ++counts[record->filePath];
-  for (const std::shared_ptr<OutputPhotoPath> &record : records)
-    record->occurenceCount = counts.value(record->filePath);
+  // Node-based: a count stays where it was made, so the second walk needs no lookup.
+  std::unordered_map<QString, qint32> counts;
+  counts.reserve(size_t(records.size()));
+  std::vector<qint32 *> slots;
+  slots.reserve(size_t(records.size()));
+  for (const std::shared_ptr<OutputPhotoPath> &record : records) {
+    qint32 &count = counts[record->filePath];
+    ++count;
+    slots.push_back(&count);
+  }
+  for (qsizetype i = 0; i < records.size(); ++i)
+    records.at(i)->occurenceCount = *slots[size_t(i)];
 }
 
 RenamePreviewController::RenamePreviewController(AppDelegate *delegate, QObject *parent)
