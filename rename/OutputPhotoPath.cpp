@@ -37,10 +37,17 @@ std::shared_ptr<OutputPhotoPath> OutputPhotoPath::initWithFolderPrefix(const QSt
                                                                        const QString &newName,
                                                                        const QString &oldPath) {
   auto record = std::make_shared<OutputPhotoPath>();
-  // The extension is found in the last component only, so the name alone tells it.
-  record->fileExtension = platform::PathText::pathExtension(newName).toLower();
-  record->filePath = folderPrefix + platform::PathText::stringByDeletingPathExtension(newName) +
-                     QLatin1Char('.') + record->fileExtension;
+  // The path rules for one component: the text after the last dot is the extension, unless
+  // that dot leads the name or ends it.
+  const qsizetype dot = newName.lastIndexOf(QLatin1Char('.'));
+  const bool hasExtension = dot > 0 && dot < newName.size() - 1;
+  record->fileExtension = hasExtension ? newName.mid(dot + 1).toLower() : QString();
+  const QStringView base = hasExtension ? QStringView(newName).left(dot) : QStringView(newName);
+  record->filePath.reserve(folderPrefix.size() + base.size() + 1 + record->fileExtension.size());
+  record->filePath.append(folderPrefix)
+      .append(base)
+      .append(QLatin1Char('.'))
+      .append(record->fileExtension);
   record->oldFilePath = oldPath;
   record->fileName = newName;
   return record;

@@ -17,7 +17,8 @@ public:
   static std::shared_ptr<OutputPhotoPath> initWithoutDiskCheck(const QString &path,
                                                                const QString &oldPath);
 
-  // The same record for the path folder + "/" + newName, where newName holds no "/" and
+  // The same record for the path folder + "/" + newName, where newName holds no "/" (nor is
+  // "." or "..") and
   // folderPrefix is the folder as path rules write it followed by "/" (folderPrefixFor): a
   // preview pass makes the prefix once per folder instead of re-reading the whole path for
   // every photo. fileAlreadyExistAtPath stays false.

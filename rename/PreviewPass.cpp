@@ -60,16 +60,23 @@ void computeSlice(const QList<std::shared_ptr<PhotoFile>> &batch, const RenameRu
     std::optional<QSet<QString>> names;
   };
   QHash<QString, FolderFacts> folders;
+  QHash<QString, FolderFacts>::const_iterator known = folders.cend();
+  QString lastFolder;
   for (qsizetype i = slice->begin; i < slice->end; ++i) {
     const PhotoFile &photo = *batch.at(i);
     const QString newName = engine.getUpdatedRenameStringForPhotoFile(photo, quint32(i));
     const QString folder = destination.getUpdatedOutputPathStringForPhotoFile(photo);
-    auto known = folders.constFind(folder);
+    // A batch comes folder by folder: the same folder text is the same entry.
+    if (folder.constData() != lastFolder.constData() || folder.size() != lastFolder.size()) {
+      known = folders.constFind(folder);
+      lastFolder = folder;
+    }
     if (known == folders.cend())
       known =
           folders.insert(folder, {OutputPhotoPath::folderPrefixFor(folder), namesInFolder(folder)});
     std::shared_ptr<OutputPhotoPath> record;
-    if (known->names && !newName.contains(QLatin1Char('/'))) {
+    if (known->names && !newName.contains(QLatin1Char('/')) && newName != QLatin1String(".") &&
+        newName != QLatin1String("..")) {
       record = OutputPhotoPath::initWithFolderPrefix(known->prefix, newName, photo.filePath);
       const QSet<QString> &names = *known->names;
       record->fileAlreadyExistAtPath =
