@@ -3,6 +3,8 @@
 // Exiv2 0.27 hands out std::auto_ptr everywhere.
 #pragma GCC diagnostic ignored "-Wdeprecated-declarations"
 
+#include "platform/Exiv2Setup.h"
+
 #include <QFile>
 #include <QFileInfo>
 #include <QStringList>
@@ -14,7 +16,6 @@
 
 #include <cmath>
 #include <cstring>
-#include <mutex>
 #include <string_view>
 #include <unordered_map>
 #include <vector>
@@ -26,28 +27,6 @@ namespace {
 // Hostile files may claim millions of entries; nothing the system shows needs more.
 constexpr long kMaxListEntries = 256;
 constexpr size_t kMaxTextBytes = 64 * 1024;
-
-std::recursive_mutex &xmpMutex() {
-  static std::recursive_mutex mutex;
-  return mutex;
-}
-
-void xmpLock(void *, bool lock) {
-  if (lock)
-    xmpMutex().lock();
-  else
-    xmpMutex().unlock();
-}
-
-// Exiv2 0.27 sets up its XMP toolkit lazily and not thread-safely; do it once, first.
-void initializeOnce() {
-  static std::once_flag once;
-  std::call_once(once, [] {
-    Exiv2::LogMsg::setLevel(Exiv2::LogMsg::mute);
-    Exiv2::XmpParser::initialize(xmpLock, nullptr);
-    Exiv2::enableBMFF(true);
-  });
-}
 
 // Where one EXIF tag goes in the dictionary and how its value is read.
 enum class Kind { Auto, List, Text, Comment };
@@ -834,7 +813,7 @@ void finishOrientation(QVariantMap &dict, bool decodedTurned) {
 }
 
 std::optional<QVariantMap> read(const QString *path, const QByteArray *bytes) {
-  initializeOnce();
+  ensureExiv2Initialized();
   QVariantMap dict;
   ExivResult exiv;
   try {

@@ -1,35 +1,15 @@
 #include "platform/MetadataCopy.h"
 
+#include "platform/Exiv2Setup.h"
+
 #include <QFile>
 
 #include <exiv2/exiv2.hpp>
 
-#include <mutex>
 
 namespace platform::MetadataCopy {
 
 namespace {
-
-std::mutex &xmpMutex() {
-  static std::mutex mutex;
-  return mutex;
-}
-
-void xmpLock(void *, bool lock) {
-  if (lock)
-    xmpMutex().lock();
-  else
-    xmpMutex().unlock();
-}
-
-void initializeOnce() {
-  static std::once_flag once;
-  std::call_once(once, [] {
-    Exiv2::LogMsg::setLevel(Exiv2::LogMsg::mute);
-    Exiv2::XmpParser::initialize(xmpLock, nullptr);
-    Exiv2::enableBMFF(true);
-  });
-}
 
 std::string nativePath(const QString &path) {
   return QFile::encodeName(path).toStdString();
@@ -73,7 +53,7 @@ bool describesSourcePixels(const Exiv2::Exifdatum &datum) {
 
 bool copy(const QString &source, const QString &destination, const Options &options,
           QString *reason) {
-  initializeOnce();
+  ensureExiv2Initialized();
   Exiv2::ExifData exif;
   Exiv2::IptcData iptc;
   Exiv2::XmpData xmp;
@@ -130,7 +110,7 @@ bool copy(const QString &source, const QString &destination, const Options &opti
 }
 
 QString readValue(const QString &path, const QString &key) {
-  initializeOnce();
+  ensureExiv2Initialized();
   try {
     Exiv2::Image::AutoPtr image = Exiv2::ImageFactory::open(nativePath(path));
     image->readMetadata();
