@@ -77,15 +77,20 @@ void AppDelegate::prepareForHeadlessCommand() {
   loadSupportedImageFormats();
 }
 
+const QStringList &AppDelegate::stillImageFormats() {
+  static const QStringList list = {QStringLiteral("Keep original format"),
+                                   QStringLiteral("tif"),
+                                   QStringLiteral("bmp"),
+                                   QStringLiteral("gif"),
+                                   QStringLiteral("jpg"),
+                                   QStringLiteral("jpeg"),
+                                   QStringLiteral("png"),
+                                   QStringLiteral("jp2")};
+  return list;
+}
+
 void AppDelegate::loadSupportedImageFormats() {
-  arrFileFormatsSupported = {QStringLiteral("Keep original format"),
-                             QStringLiteral("tif"),
-                             QStringLiteral("bmp"),
-                             QStringLiteral("gif"),
-                             QStringLiteral("jpg"),
-                             QStringLiteral("jpeg"),
-                             QStringLiteral("png"),
-                             QStringLiteral("jp2")};
+  arrFileFormatsSupported = stillImageFormats();
   arrFileFormatsSupported.append(QStringLiteral("pdf"));
 }
 

@@ -217,14 +217,7 @@ int BatchRun::representationType(qint32 outputFormat, const QStringList &formats
     if (name == QLatin1String("tiff"))
       name = QStringLiteral("tif");
   }
-  static const QStringList list = {QStringLiteral("Keep original format"),
-                                   QStringLiteral("tif"),
-                                   QStringLiteral("bmp"),
-                                   QStringLiteral("gif"),
-                                   QStringLiteral("jpg"),
-                                   QStringLiteral("jpeg"),
-                                   QStringLiteral("png"),
-                                   QStringLiteral("jp2")};
+  const QStringList &list = AppDelegate::stillImageFormats();
   int position = list.indexOf(name);
   if (position < 0)
     position = list.indexOf(QStringLiteral("jpeg"));

@@ -23,15 +23,7 @@ using vips::VImage;
 namespace {
 
 const QStringList &stillExtensions() {
-  static const QStringList list = {QStringLiteral("Keep original format"),
-                                   QStringLiteral("tif"),
-                                   QStringLiteral("bmp"),
-                                   QStringLiteral("gif"),
-                                   QStringLiteral("jpg"),
-                                   QStringLiteral("jpeg"),
-                                   QStringLiteral("png"),
-                                   QStringLiteral("jp2")};
-  return list;
+  return AppDelegate::stillImageFormats();
 }
 
 void logLine(const QString &line) {
