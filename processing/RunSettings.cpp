@@ -13,7 +13,7 @@ RunSettings runSettingsFrom(const BatchRenameSetting *rename, const OutputOption
     settings.compressionRatio = rename->compression();
   }
   if (output) {
-    settings.outputFolderPath = output->outputFolderPath;
+    settings.outputFolderPath = output->resolvedOutputFolderPath();
     settings.useSourceFolder = output->useSourceFolder;
     settings.moveAndRenameToDestinationFolder = output->moveAndRenameToDestinationFolder;
     settings.copyyToDestinationFolder = output->copyyToDestinationFolder;
