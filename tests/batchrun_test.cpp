@@ -7,6 +7,7 @@
 #include "imaging/Utils.h"
 #include "intake/PhotoFile.h"
 #include "platform/StandardFolders.h"
+#include "rename/OutputOptionSettings.h"
 #include "rename/OutputPhotoPath.h"
 
 #include "tests/support/TestEnv.h"
@@ -446,3 +447,16 @@ TEST_F(BatchRunTest, DecodingAheadKeepsOrderAndStaysOffWhenADestinationIsASource
 }
 
 } // namespace
+
+// A folder chosen in the chooser is kept lower-cased; the run must still write into (and
+// measure the free space of) the folder that exists, not a lower-cased twin.
+TEST(RunSettingsTest, ChosenFolderResolvesToTheExistingFolder) {
+  QTemporaryDir dir;
+  ASSERT_TRUE(QDir().mkpath(dir.path() + QStringLiteral("/Holiday Photos")));
+  OutputOptionSettings options;
+  ASSERT_TRUE(options.chooseOutputFolder(dir.path() + QStringLiteral("/Holiday Photos")));
+  EXPECT_TRUE(options.outputFolderPath.endsWith(QStringLiteral("/holiday photos")));
+
+  const RunSettings settings = runSettingsFrom(nullptr, &options);
+  EXPECT_EQ(settings.outputFolderPath, dir.path() + QStringLiteral("/Holiday Photos"));
+}
