@@ -2,6 +2,8 @@
 
 #include "metadata/ExifInfo.h"
 #include "platform/ImageProperties.h"
+#include "platform/PathText.h"
+#include "platform/StandardFolders.h"
 #include "processing/CommonFunc.h"
 
 #include <QDebug>
@@ -193,6 +195,18 @@ std::optional<VImage> ImageProcessing::getThumbnailForFile(const QString &path, 
   } catch (const vips::VError &) {
     return std::nullopt;
   }
+}
+
+QString ImageProcessing::saveThumbnailForFile(const QString &path, int thumbnailWidth,
+                                              int thumbnaiHeight) {
+  const std::optional<VImage> thumbnail = getThumbnailForFile(path, thumbnailWidth, thumbnaiHeight);
+  if (!thumbnail)
+    return {};
+  const QString target = platform::temporaryDirectory() + QLatin1Char('/') +
+                         platform::PathText::stringByDeletingPathExtension(
+                             platform::PathText::lastPathComponent(path)) +
+                         QStringLiteral("_thumbnail.png");
+  return saveImage(*thumbnail, target) ? target : QString();
 }
 
 std::optional<VImage> ImageProcessing::thumbnailImage(const VImage &image) {

@@ -51,6 +51,10 @@ public:
   // An upright thumbnail of the file that fits in width by height.
   static std::optional<vips::VImage> getThumbnailForFile(const QString &path, int width,
                                                          int height);
+  // Saves an upright thumbnail of the file, fitting width by height, as a PNG named after the
+  // file in the temporary folder, and returns its path ("" on failure). The name keeps the
+  // system's spelling.
+  static QString saveThumbnailForFile(const QString &path, int thumbnailWidth, int thumbnaiHeight);
   // An upright thumbnail of an image, at most 256 pixels on its longer side.
   static std::optional<vips::VImage> thumbnailImage(const vips::VImage &image);
   // Box blur: the mean over boxSize by boxSize pixels, then scaled to size.

@@ -3,6 +3,8 @@
 #include "imaging/ImageProcessing.h"
 #include "tests/support/TestEnv.h"
 
+#include <QFile>
+
 #include <QRect>
 #include <QTemporaryDir>
 
@@ -159,6 +161,16 @@ TEST(ImageProcessing, ThumbnailsAreUprightAndBounded) {
   ASSERT_TRUE(thumb.has_value());
   EXPECT_EQ(thumb->width(), 50);
   EXPECT_FALSE(ImageProcessing::resizeImage(photo("README.md"), 50).has_value());
+
+  const QString saved =
+      ImageProcessing::saveThumbnailForFile(photo("jpg/orientation/portrait_6.jpg"), 40, 40);
+  ASSERT_FALSE(saved.isEmpty());
+  EXPECT_FALSE(saved.startsWith(testenv::photosDir())); // never beside the sample
+  const vips::VImage reread = vips::VImage::new_from_file(saved.toUtf8().constData());
+  EXPECT_EQ(std::max(reread.width(), reread.height()), 40);
+  EXPECT_GT(reread.height(), reread.width());
+  QFile::remove(saved);
+  EXPECT_TRUE(ImageProcessing::saveThumbnailForFile(photo("README.md"), 40, 40).isEmpty());
 }
 
 } // namespace
