@@ -6,7 +6,6 @@
 
 #include <exiv2/exiv2.hpp>
 
-
 namespace platform::MetadataCopy {
 
 namespace {
