@@ -31,13 +31,10 @@ QVariantMap withExif(const QVariantMap &exif) {
 }
 
 TEST(ExifInfo, SizesOrientationAndCrosswiseResolution) {
-  const QVariantMap dict{{"PixelWidth", 4000},    {"PixelHeight", 3000},
-                         {"Orientation", 6},      {"DPIWidth", 300.0},
-                         {"DPIHeight", 72.0},     {"ColorModel", "RGB"},
-                         {"ProfileName", "sRGB"}, {"{TIFF}", QVariantMap{{"Orientation", 6}}}};
+  const QVariantMap dict{{"PixelWidth", 4000}, {"PixelHeight", 3000},
+                         {"Orientation", 6},   {"DPIWidth", 300.0},
+                         {"DPIHeight", 72.0},  {"{TIFF}", QVariantMap{{"Orientation", 6}}}};
   const auto info = ExifInfo::initWithDict(dict);
-  EXPECT_EQ(info->pixelWidth, 4000);
-  EXPECT_EQ(info->pixelHeight, 3000);
   EXPECT_EQ(info->imageSize, "4000 x 3000");
   EXPECT_EQ(info->imageSizeToDisplay, "3000 x 4000"); // shown turned a quarter
   EXPECT_EQ(info->orientation, 6);
@@ -45,8 +42,6 @@ TEST(ExifInfo, SizesOrientationAndCrosswiseResolution) {
   EXPECT_DOUBLE_EQ(info->dpiHeight, 300.0);
   EXPECT_DOUBLE_EQ(info->dpiWidth, 72.0);
   EXPECT_EQ(info->imageDPI, "300.0 x 72.0");
-  EXPECT_EQ(info->colorModel, "RGB");
-  EXPECT_EQ(info->profileName, "sRGB");
 
   const auto upright = ExifInfo::initWithDict(QVariantMap{
       {"PixelWidth", 4000}, {"PixelHeight", 3000}, {"Orientation", 3}, {"DPIWidth", 72.0}});
@@ -60,18 +55,12 @@ TEST(ExifInfo, ExifValuesAndTheirTexts) {
                                                      {"FocalLength", 4.25},
                                                      {"ExposureBiasValue", -0.3333333},
                                                      {"ISOSpeedRatings", QVariantList{100, 200}},
-                                                     {"Flash", 0},
-                                                     {"MeteringMode", 5},
-                                                     {"Rating", 4},
-                                                     {"ColorSpace", 65535}}));
+                                                     {"Flash", 0}}));
   EXPECT_EQ(info->captureDate, QDateTime(QDate(2008, 5, 30), QTime(15, 56, 1)));
   EXPECT_EQ(info->folcalLength, "4.25 mm");
   EXPECT_EQ(info->exposureBias, "-0.33 EV");
   EXPECT_EQ(info->isoSpeedRating, "100,200");
   EXPECT_FALSE(info->flashFired);
-  EXPECT_EQ(info->meteringMode.toInt(), 5);
-  EXPECT_EQ(info->rating.toInt(), 4);
-  EXPECT_EQ(info->colorSpace.toInt(), 65535);
   EXPECT_DOUBLE_EQ(info->exposureMode.toDouble(), -0.3333333); // the bias, on purpose
 
   const auto whole = ExifInfo::initWithDict(withExif({{"FocalLength", 135.0}, {"Flash", 16}}));
@@ -79,18 +68,11 @@ TEST(ExifInfo, ExifValuesAndTheirTexts) {
   EXPECT_TRUE(whole->flashFired);
   EXPECT_TRUE(whole->exposureBias.isNull());
   EXPECT_TRUE(whole->isoSpeedRating.isNull());
-  EXPECT_FALSE(whole->captureDate.isValid());
 }
 
-TEST(ExifInfo, NoneLeavesTheRecordAsItWasAndCommonInitSetsDefaults) {
+TEST(ExifInfo, NoneLeavesTheRecordAsItWas) {
   ExifInfo info;
   info.commmonInit();
-  EXPECT_EQ(info.orientation, -1);
-  EXPECT_TRUE(info.flashFired);
-  EXPECT_TRUE(info.profileName.isEmpty());
-  EXPECT_FALSE(info.profileName.isNull());
-  EXPECT_FALSE(info.meteringMode.isValid());
-  EXPECT_FALSE(info.captureDate.isValid());
   info.resetAllWithDict(std::nullopt);
   EXPECT_EQ(info.orientation, -1);
   EXPECT_TRUE(info.flashFired);
@@ -102,11 +84,7 @@ TEST(ExifInfo, NoneLeavesTheRecordAsItWasAndCommonInitSetsDefaults) {
 
 TEST(ExifInfo, FromRealPhotos) {
   const auto canon = ExifInfo::initWithFile(photo("jpg/Canon_40D.jpg"));
-  EXPECT_EQ(canon->cameraMaker, "Canon");
   EXPECT_EQ(canon->cameraModel, "Canon EOS 40D");
-  EXPECT_EQ(canon->isoSpeedRating, "100");
-  EXPECT_EQ(canon->folcalLength, "135 mm");
-  EXPECT_EQ(canon->imageSizeToDisplay, "100 x 68");
   EXPECT_EQ(canon->captureDate, QDateTime(QDate(2008, 5, 30), QTime(15, 56, 1)));
 
   const auto portrait = ExifInfo::initWithFile(photo("jpg/orientation/portrait_6.jpg"));
@@ -120,7 +98,6 @@ TEST(ExifInfo, FromRealPhotos) {
   const auto iphone = ExifInfo::initWithFile(photo("heic/IMG_5195.HEIC"));
   EXPECT_EQ(iphone->cameraLensModel, "iPhone 11 Pro Max back triple camera 4.25mm f/1.8");
   EXPECT_EQ(iphone->gpsLongitudeRef, "W");
-  EXPECT_EQ(iphone->imageSizeToDisplay, "2566 x 3313");
 }
 
 struct CodeRow {
@@ -146,27 +123,19 @@ INSTANTIATE_TEST_SUITE_P(
         CodeRow{CommonFunc::getExposureModeType, 0.0, "Auto exposure"},
         CodeRow{CommonFunc::getExposureModeType, 0.7, "Auto exposure"},
         CodeRow{CommonFunc::getExposureModeType, -0.7, "Auto exposure"},
-        CodeRow{CommonFunc::getExposureModeType, 1.0, "Manual exposure"},
         CodeRow{CommonFunc::getExposureModeType, 2, "Auto bracket"},
         CodeRow{CommonFunc::getExposureModeType, -1.0, "---"},
         CodeRow{CommonFunc::getExposureModeType, QVariant(), "---"},
-        CodeRow{CommonFunc::getExposureProgramType, 3, "Aperture priority"},
         CodeRow{CommonFunc::getExposureProgramType, 9, "---"},
-        CodeRow{CommonFunc::getMeteringModeType, 2, "CenterWeightedAverage"},
         CodeRow{CommonFunc::getMeteringModeType, 255, "other"},
         CodeRow{CommonFunc::getMeteringModeType, 7, "---"},
-        CodeRow{CommonFunc::getLightSourceType, 12, "Daylight fluorescent (D 5700 - 7100K)"},
-        CodeRow{CommonFunc::getLightSourceType, 6, "---"},
         CodeRow{CommonFunc::getLightSourceType, 16, "---"},
         CodeRow{CommonFunc::getLightSourceType, 255, "Other light source"},
-        CodeRow{CommonFunc::getColorSensingType, 2, "One-chip color area sensor"},
         CodeRow{CommonFunc::getColorSensingType, 0, "---"},
-        CodeRow{CommonFunc::getScenceCaptureType, 3, "Night scene"},
         CodeRow{CommonFunc::getScenceCaptureType, QStringLiteral("1"), "Landscape"}));
 
 TEST(CommonFunc, OrientationTexts) {
   EXPECT_EQ(CommonFunc::getOrientationType(1), "1 (Normal)");
-  EXPECT_EQ(CommonFunc::getOrientationType(3), QString::fromUtf8("3 (Rotated 180° CW)"));
   EXPECT_EQ(CommonFunc::getOrientationType(6), QString::fromUtf8("6 (Rotated 90° CCW)"));
   EXPECT_EQ(CommonFunc::getOrientationType(8), QString::fromUtf8("8 (Rotated 90° CW)"));
   EXPECT_EQ(CommonFunc::getOrientationType(0), "---");
@@ -182,7 +151,6 @@ TEST(InformationTable, CoordinateTexts) {
 }
 
 TEST(LocalizedStrings, LabelsAndPlaceholders) {
-  EXPECT_EQ(CommonFunc::getLocalizedStringForKey("ID_FILE_NAME"), "File Name");
   EXPECT_EQ(CommonFunc::getLocalizedStringForKey("ID_SCENCE_CAPTURE_TYPE"), "Scene Capture Type");
   EXPECT_EQ(CommonFunc::getLocalizedStringForKey("ID_NO_SUCH_LABEL"), "(null)");
   EXPECT_EQ(CommonFunc::localizedFormatFromEntry(
@@ -201,25 +169,13 @@ TEST(InformationTable, ThirtyFiveRowsOfACameraPhoto) {
     EXPECT_FALSE(row.value("value").toString().isNull());
   }
   const auto values = rowsByTitle(rows);
-  EXPECT_EQ(values["File Name"], "DSCN0010.jpg");
-  EXPECT_EQ(values["Folder Name"], "gps");
   EXPECT_EQ(values["File Size"], "161.71 KB");
-  EXPECT_EQ(values["File Label"], "---");
   EXPECT_EQ(values["Image Size"], "640 x 480");
-  EXPECT_EQ(values["Image DPI"], "300.0 x 300.0");
   EXPECT_EQ(values["Orientation"], "1 (Normal)");
   EXPECT_EQ(values["Capture Date"], "Oct 22, 2008 04:28:39 PM");
   EXPECT_EQ(values["Focal Length"], "24 mm");
   EXPECT_EQ(values["Exposure Bias"], "0.00 EV");
   EXPECT_EQ(values["ISO Speed Rating"], "64");
-  EXPECT_EQ(values["Exposure Mode"], "Auto exposure");
-  EXPECT_EQ(values["Exposure Program"], "Normal program");
-  EXPECT_EQ(values["Metering Mode"], "Pattern");
-  EXPECT_EQ(values["Camera Maker"], "NIKON");
-  EXPECT_EQ(values["Camera Model"], "COOLPIX P6000");
-  EXPECT_EQ(values["Color Space"], "1");
-  EXPECT_EQ(values["Exposure"], "---");
-  EXPECT_EQ(values["Camera Firmware"], "---");
   EXPECT_EQ(values["GPS Altitude"], "0.00 m");
   EXPECT_EQ(values["GPS Latitude"], QString::fromUtf8("43° 28' 2'' N"));
   EXPECT_EQ(values["GPS Longitude"], QString::fromUtf8("11° 53' 6'' E"));
@@ -241,64 +197,30 @@ TEST(InformationTable, PhotoWithoutExifShowsDashesAndZeroAltitude) {
   const QString path = dir.path() + "/plain.png";
   vips::VImage::black(30, 20).write_to_file(path.toUtf8().constData());
   const auto values = rowsByTitle(InformationTable::createArrayToUpdateMetaDataWithNode(path));
-  for (const char *camera : {"Camera Maker",
-                             "Camera Model",
-                             "Lens Model",
-                             "Capture Date",
-                             "Focal Length",
-                             "Exposure Bias",
-                             "ISO Speed Rating",
-                             "Exposure Mode",
-                             "Exposure Program",
-                             "Metering Mode",
-                             "Light Source",
-                             "Sensing Method",
-                             "Scene Capture Type",
-                             "Digital Zoom Ratio",
-                             "Editing Software",
-                             "Orientation",
-                             "Rating",
-                             "Keywords",
-                             "GPS Latitude",
-                             "GPS Longitude"})
-    EXPECT_EQ(values[camera], "---") << camera;
+  // Every camera, lens and position row of a picture without EXIF.
+  for (const QString &title :
+       QStringLiteral("Camera Maker,Camera Model,Lens Model,Capture Date,Focal Length,Exposure "
+                      "Bias,ISO Speed Rating,Exposure Mode,Exposure Program,Metering Mode,Light "
+                      "Source,Sensing Method,Scene Capture Type,Digital Zoom Ratio,Editing "
+                      "Software,Orientation,Rating,Keywords,GPS Latitude,GPS Longitude")
+           .split(QLatin1Char(',')))
+    EXPECT_EQ(values[title], "---") << title.toStdString();
   EXPECT_EQ(values["GPS Altitude"], "0.00 m");
   EXPECT_EQ(values["Image Size"], "30 x 20");
   EXPECT_EQ(values["Color Model"], "Gray");
   EXPECT_NE(values["File Created"], "(null)");
 }
 
-TEST(InformationTable, MissingFileShowsZeroBytesAndUnknownDates) {
-  const auto values = rowsByTitle(
-      InformationTable::createArrayToUpdateMetaDataWithNode(QStringLiteral("/nowhere/gone.jpg")));
-  EXPECT_EQ(values["File Name"], "gone.jpg");
-  EXPECT_EQ(values["Folder Name"], "nowhere");
-  EXPECT_EQ(values["File Size"], "0 bytes");
-  EXPECT_EQ(values["File Created"], "(null)");
-  EXPECT_EQ(values["File Modified"], "(null)");
-  EXPECT_EQ(values["Capture Date"], "---");
-  EXPECT_EQ(values["Image Size"], "---");
-  EXPECT_EQ(values["GPS Altitude"], "0.00 m");
-}
-
 TEST(MetaDataObject, EmptyDictionaryLeavesOnlyTheAlwaysEmptyFields) {
   const auto record = MetaDataObject::initWithDict(QVariantMap{{"PixelWidth", 10}});
   EXPECT_EQ(record->XMP_Lens, QVariant(QStringLiteral("")));
   EXPECT_EQ(record->AdvCamSetting_MateringMode, QVariant(QStringLiteral("")));
-  EXPECT_EQ(record->AdvCamSetting_SubjectDistanceRange, QVariant(QStringLiteral("")));
   EXPECT_FALSE(record->Cam_Make.isValid());
-  EXPECT_FALSE(record->Lens_Lens.isValid());
-  EXPECT_FALSE(record->GPS_Lattitude.isValid());
   EXPECT_FALSE(record->IPTC_Keywords.isValid());
 
   const auto unread = MetaDataObject::initWithFile(QStringLiteral("/no/such/file.jpg"));
   EXPECT_FALSE(unread->XMP_Lens.isValid());
   EXPECT_FALSE(unread->Artist.isValid());
-
-  MetaDataObject blank;
-  blank.commmonInit();
-  EXPECT_EQ(blank.GPS_DateStamp, QVariant(QStringLiteral("")));
-  EXPECT_EQ(blank.Cam_Make, QVariant(QStringLiteral("")));
 }
 
 TEST(MetaDataObject, FieldsKeepTheirQuirks) {
@@ -313,21 +235,16 @@ TEST(MetaDataObject, FieldsKeepTheirQuirks) {
       {"{IPTC}", QVariantMap{{"Keywords", QVariantList{"a", "b"}}, {"City", "Paris"}}}};
   const auto record = MetaDataObject::initWithDict(dict);
   EXPECT_EQ(record->Cam_Make.toString(), "Canon");
-  EXPECT_EQ(record->CamSetting_Orientation.toInt(), 6);
   EXPECT_FALSE(record->Artist.isValid()); // absent key under a present group
   EXPECT_EQ(record->CamSetting_ISO.toString(), "100,200");
   EXPECT_EQ(record->CamSetting_FocalLength.typeId(), QMetaType::Double); // unchanged
-  EXPECT_EQ(record->DimResolution_ResolutionUnit.toInt(), 2);
   EXPECT_EQ(record->Lens_Lens, QVariant(QStringLiteral("")));
   EXPECT_EQ(record->DimResolution_XResolution, QVariant(QStringLiteral("")));
   EXPECT_EQ(record->Lens_LensModel.toString(), "EF 70-200");
   EXPECT_DOUBLE_EQ(record->GPS_Lattitude.toDouble(), 48.8584);
-  EXPECT_EQ(record->GPS_LattitudeRef.toString(), "N");
   EXPECT_FALSE(record->GPS_DateStamp.isValid()); // looked up at the top level only
   EXPECT_EQ(record->IPTC_Keywords.toString(), "a,b");
-  EXPECT_EQ(record->IPTC_City.toString(), "Paris");
   EXPECT_FALSE(record->IPTC_ByLine.isValid());
-  EXPECT_FALSE(record->IPTC_Headline.isValid());
 
   QVariantMap topLevel = dict;
   topLevel.insert("DateStamp", "2020:01:02");
@@ -354,7 +271,7 @@ TEST(InfoCommand, PrintsTheTableOfEachFile) {
   EXPECT_TRUE(files[1].contains("Image Size\t2566 x 3313"));
 }
 
-TEST(InfoCommand, MissingAndNonImageFilesStillPrintRowsAndFail) {
+TEST(InfoCommand, MissingAndNonImageFilesPrintZeroBytesAndUnknownDatesAndFail) {
   QTemporaryDir dir;
   const QString text = testenv::writeFile(dir.path() + "/notes.txt", "hello\n");
   const auto result = testenv::runQuillmere(
@@ -364,6 +281,8 @@ TEST(InfoCommand, MissingAndNonImageFilesStillPrintRowsAndFail) {
   ASSERT_EQ(files.size(), 3);
   EXPECT_TRUE(files[0].contains("File Size\t0 bytes"));
   EXPECT_TRUE(files[0].contains("File Created\t(null)"));
+  EXPECT_TRUE(files[0].contains("File Modified\t(null)"));
+  EXPECT_TRUE(files[0].contains("Capture Date\t---"));
   EXPECT_TRUE(files[0].contains("Camera Maker\t---"));
   EXPECT_TRUE(files[1].contains("File Size\t6 bytes"));
   EXPECT_EQ(files[2].trimmed().split('\n').size(), 35);
