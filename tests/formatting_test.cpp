@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-// Readable failures: QString and the table rows printed as text.
+// Readable failures: QString printed as text.
 inline void PrintTo(const QString &text, std::ostream *out) {
   *out << '"' << text.toStdString() << '"';
 }
@@ -28,15 +28,12 @@ struct SizeRow {
   const char *text;
 };
 
-void PrintTo(const SizeRow &row, std::ostream *out) {
-  *out << row.bytes << " bytes";
-}
-
 class SizeText : public ::testing::TestWithParam<SizeRow> {};
 
 TEST_P(SizeText, UtilsAndCommonFuncAgree) {
   const SizeRow row = GetParam();
-  EXPECT_EQ(Utils::sharedUtils().unitStringFromBytes(row.bytes, 0), QString::fromUtf8(row.text))
+  // The flags argument is ignored.
+  EXPECT_EQ(Utils::sharedUtils().unitStringFromBytes(row.bytes, 7), QString::fromUtf8(row.text))
       << "bytes=" << row.bytes;
   EXPECT_EQ(CommonFunc::getSizeInUnits(row.bytes), QString::fromUtf8(row.text))
       << "bytes=" << row.bytes;
@@ -56,17 +53,11 @@ INSTANTIATE_TEST_SUITE_P(UnitBorders, SizeText,
                                            SizeRow{1150000, "1.15 MB"}, SizeRow{4100000, "4.10 MB"},
                                            SizeRow{4109999, "4.10 MB"}, SizeRow{1234567, "1.23 MB"},
                                            SizeRow{5e9, "5.00 GB"}, SizeRow{999.5e9, "0.97 TB"},
-                                           SizeRow{1e12, "1.00 TB"}, SizeRow{2.5e12, "2.50 TB"}));
-
-// Past the largest unit the number grows in TB instead of inventing a unit.
-INSTANTIATE_TEST_SUITE_P(BeyondTerabytes, SizeText,
-                         ::testing::Values(SizeRow{995e12, "995.00 TB"},
+                                           SizeRow{1e12, "1.00 TB"}, SizeRow{2.5e12, "2.50 TB"},
+                                           // Past TB the number grows: no invented unit.
+                                           SizeRow{995e12, "995.00 TB"},
                                            SizeRow{1e15, "1000.00 TB"},
                                            SizeRow{1.5e15, "1500.00 TB"}));
-
-TEST(SizeTextFlags, FlagsAreIgnored) {
-  EXPECT_EQ(Utils::sharedUtils().unitStringFromBytes(1234567, 7), QStringLiteral("1.23 MB"));
-}
 
 // ---- Duration texts ----
 
@@ -74,10 +65,6 @@ struct DurationRow {
   qint64 seconds;
   const char *text;
 };
-
-void PrintTo(const DurationRow &row, std::ostream *out) {
-  *out << row.seconds << " seconds";
-}
 
 class DurationText : public ::testing::TestWithParam<DurationRow> {};
 
@@ -102,72 +89,63 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST(Duration, BetweenDatesDropsTheFraction) {
   const QDateTime start = utc(2024, 3, 5, 10, 0, 0, 250);
-  EXPECT_EQ(Utils::getDurationBetweenDate(start, start), 0);
-  EXPECT_EQ(Utils::getDurationBetweenDate(start, start.addMSecs(999)), 0);
-  EXPECT_EQ(Utils::getDurationBetweenDate(start, start.addMSecs(1000)), 1);
-  EXPECT_EQ(Utils::getDurationBetweenDate(start, start.addMSecs(1999)), 1);
-  EXPECT_EQ(Utils::getDurationBetweenDate(start, start.addSecs(3661).addMSecs(900)), 3661);
   // An end before the start truncates towards zero, not downwards.
-  EXPECT_EQ(Utils::getDurationBetweenDate(start, start.addMSecs(-1500)), -1);
-  EXPECT_EQ(Utils::getDurationBetweenDate(start, start.addDays(2)), 172800);
+  const qint64 ms[] = {0, 999, 1000, 1999, 3661900, -1500, 172800000};
+  const qint64 seconds[] = {0, 0, 1, 1, 3661, -1, 172800};
+  for (size_t i = 0; i < std::size(ms); ++i)
+    EXPECT_EQ(Utils::getDurationBetweenDate(start, start.addMSecs(ms[i])), seconds[i]) << ms[i];
   EXPECT_EQ(Utils::getDurationBetweenDate(QDateTime(), start), 0);
 }
 
 // ---- Date patterns ----
 
-TEST(DatePatterns, WeekYearAcrossNewYear) {
-  // In en_US the week of Sunday 29 December 2024 is the first week of 2025.
-  EXPECT_EQ(Utils::getDateStringFromDate(utc(2024, 12, 30), "MM-dd-YYYY"),
-            QStringLiteral("12-30-2025"));
-  EXPECT_EQ(Utils::getDateStringFromDate(utc(2024, 12, 31), "MMddYYYY"),
-            QStringLiteral("12312025"));
-  EXPECT_EQ(Utils::getDateStringFromDate(utc(2024, 12, 28), "MM-dd-YYYY"),
-            QStringLiteral("12-28-2024"));
-  EXPECT_EQ(Utils::getDateStringFromDate(utc(2024, 12, 30), "MM-dd-yyyy"),
-            QStringLiteral("12-30-2024"));
-}
-
-TEST(DatePatterns, StartTimeAndLogNamePatterns) {
+TEST(DatePatterns, WeekYearAndTimePatterns) {
   const QDateTime afternoon = utc(2024, 3, 5, 14, 7, 5);
-  EXPECT_EQ(Utils::getDateStringFromDate(afternoon, "hh:mm:s a"), QStringLiteral("02:07:5 PM"));
-  EXPECT_EQ(Utils::getDateStringFromDate(afternoon, "hhmms a"), QStringLiteral("02075 PM"));
-  EXPECT_EQ(Utils::getDateStringFromDate(afternoon, "MMddYYYY hhmms a"),
-            QStringLiteral("03052024 02075 PM"));
-  EXPECT_EQ(Utils::getDateStringFromDate(utc(2024, 3, 5, 0, 30, 42), "MM-dd-YYYY hh:mm:s a"),
-            QStringLiteral("03-05-2024 12:30:42 AM"));
-  EXPECT_EQ(Utils::getDateStringFromDate(QDateTime(), "MM-dd-YYYY"), QString());
+  const struct {
+    QDateTime date;
+    const char *pattern;
+    const char *text;
+  } rows[] = {// In en_US the week of Sunday 29 December 2024 is the first week of 2025.
+              {utc(2024, 12, 30), "MM-dd-YYYY", "12-30-2025"},
+              {utc(2024, 12, 31), "MMddYYYY", "12312025"},
+              {utc(2024, 12, 28), "MM-dd-YYYY", "12-28-2024"},
+              {utc(2024, 12, 30), "MM-dd-yyyy", "12-30-2024"},
+              // The start-time and log-name patterns.
+              {afternoon, "hh:mm:s a", "02:07:5 PM"},
+              {afternoon, "hhmms a", "02075 PM"},
+              {afternoon, "MMddYYYY hhmms a", "03052024 02075 PM"},
+              {utc(2024, 3, 5, 0, 30, 42), "MM-dd-YYYY hh:mm:s a", "03-05-2024 12:30:42 AM"},
+              {QDateTime(), "MM-dd-YYYY", ""}};
+  for (const auto &row : rows)
+    EXPECT_EQ(Utils::getDateStringFromDate(row.date, row.pattern), QString::fromUtf8(row.text))
+        << row.pattern;
 }
 
-TEST_F(FormattingInZone, PatternsUseTheCurrentTimeZone) {
+TEST_F(FormattingInZone, PatternsUseTheCurrentTimeZoneAndPad) {
   const QDateTime instant = utc(2024, 12, 31, 23, 30, 0);
   EXPECT_EQ(Utils::getDateStringFromDate(instant, "MM-dd HH:mm"), QStringLiteral("12-31 23:30"));
   EXPECT_EQ(Utils::getDateInFormatNEW(instant), QStringLiteral("20241231T2330"));
+  // Every field is padded.
+  EXPECT_EQ(Utils::getDateInFormatNEW(utc(2024, 3, 5, 4, 7, 59)), QStringLiteral("20240305T0407"));
+  EXPECT_EQ(Utils::getDateInFormatNEW(utc(987, 1, 2, 3, 4)), QStringLiteral("09870102T0304"));
+  EXPECT_EQ(Utils::getDateInFormatNEW(QDateTime()), QString());
   testenv::setTimeZone("Asia/Tokyo");
   EXPECT_EQ(Utils::getDateStringFromDate(instant, "MM-dd HH:mm"), QStringLiteral("01-01 08:30"));
   EXPECT_EQ(Utils::getDateInFormatNEW(instant), QStringLiteral("20250101T0830"));
 }
 
-TEST(DatePatterns, DateInFormatNewPadsEveryField) {
-  EXPECT_EQ(Utils::getDateInFormatNEW(utc(2024, 3, 5, 4, 7, 59)), QStringLiteral("20240305T0407"));
-  EXPECT_EQ(Utils::getDateInFormatNEW(utc(987, 1, 2, 3, 4)), QStringLiteral("09870102T0304"));
-  EXPECT_EQ(Utils::getDateInFormatNEW(QDateTime()), QString());
-}
-
 // ---- CommonFunc dates ----
 
-TEST(CommonFuncDates, MetadataDateRoundTrip) {
+TEST(CommonFuncDates, MetadataDateRoundTripAndTwelveHourForm) {
   const QDateTime taken = CommonFunc::getDateFromString("2024:03:05 14:07:09");
   ASSERT_TRUE(taken.isValid());
   EXPECT_EQ(taken.toUTC(), utc(2024, 3, 5, 14, 7, 9));
   EXPECT_EQ(CommonFunc::getStringFromDate(taken), QStringLiteral("Mar 05, 2024"));
   EXPECT_EQ(CommonFunc::getDateTimeStringFromDate(taken),
             QStringLiteral("Mar 05, 2024 02:07:09 PM"));
-}
-
-TEST(CommonFuncDates, TwelveHourFormWithoutMarkerIsMorning) {
-  const QDateTime date = CommonFunc::getDateFromString1("03/05/2024 02:07:09");
-  ASSERT_TRUE(date.isValid());
-  EXPECT_EQ(date.toUTC(), utc(2024, 3, 5, 2, 7, 9));
+  // The twelve-hour form without a marker is morning.
+  EXPECT_EQ(CommonFunc::getDateFromString1("03/05/2024 02:07:09").toUTC(),
+            utc(2024, 3, 5, 2, 7, 9));
   EXPECT_EQ(CommonFunc::getDateFromString1("12/31/2024 12:00:00").toUTC(), utc(2024, 12, 31));
 }
 

@@ -13,6 +13,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
@@ -24,28 +25,23 @@ const char *kSmall = "jpg/Fujifilm_FinePix_E500.jpg"; // taken 2006:08:17 09:24:
 
 struct PathRow {
   const char *given;
-  const char *filePath;
-  const char *fileName;
-  const char *fileExtension;
+  const char *expected; // filePath|fileName|fileExtension
 };
 class DestinationRows : public ::testing::TestWithParam<PathRow> {};
 TEST_P(DestinationRows, SplitTheGivenPath) {
-  const auto record = OutputPhotoPath::initWithFileUrl(QString::fromUtf8(GetParam().given),
-                                                       QStringLiteral("/src/a.jpg"));
-  EXPECT_EQ(record->filePath, QString::fromUtf8(GetParam().filePath));
-  EXPECT_EQ(record->fileName, QString::fromUtf8(GetParam().fileName));
-  EXPECT_EQ(record->fileExtension, QString::fromUtf8(GetParam().fileExtension));
-  EXPECT_EQ(record->oldFilePath, QStringLiteral("/src/a.jpg"));
+  const auto r =
+      OutputPhotoPath::initWithFileUrl(QString::fromUtf8(GetParam().given), "/src/a.jpg");
+  EXPECT_EQ(QStringList({r->filePath, r->fileName, r->fileExtension}).join('|'),
+            QString::fromUtf8(GetParam().expected));
 }
 INSTANTIATE_TEST_SUITE_P(
     Paths, DestinationRows,
-    ::testing::Values(PathRow{"/x/abc.JPG", "/x/abc.jpg", "abc.JPG", "jpg"},
-                      PathRow{"/x/.JPG", "/x/.JPG.", ".JPG", ""},
-                      PathRow{"/x/a.b.PNG", "/x/a.b.png", "a.b.PNG", "png"},
-                      PathRow{"/x/17-08-2006 09:24:48a.JPG", "/x/17-08-2006 09:24:48a.jpg",
-                              "17-08-2006 09:24:48a.JPG", "jpg"},
-                      PathRow{"/x/\xC3\x89t\xC3\xA9.TIF", "/x/\xC3\x89t\xC3\xA9.tif",
-                              "\xC3\x89t\xC3\xA9.TIF", "tif"}));
+    ::testing::ValuesIn(std::vector<PathRow>{
+        {"/x/abc.JPG", "/x/abc.jpg|abc.JPG|jpg"},
+        {"/x/.JPG", "/x/.JPG.|.JPG|"},
+        {"/x/a.b.PNG", "/x/a.b.png|a.b.PNG|png"},
+        {"/x/17-08-2006 09:24:48a.JPG", "/x/17-08-2006 09:24:48a.jpg|17-08-2006 09:24:48a.JPG|jpg"},
+        {"/x/\xC3\x89t\xC3\xA9.TIF", "/x/\xC3\x89t\xC3\xA9.tif|\xC3\x89t\xC3\xA9.TIF|tif"}}));
 
 TEST(Destination, FolderPrefixGivesTheSameRecordAsTheWholePath) {
   for (const QString folder : {"/out", "/out/", "/out//sub", "/", "", "rel/dir"}) {
@@ -53,42 +49,22 @@ TEST(Destination, FolderPrefixGivesTheSameRecordAsTheWholePath) {
     for (const QString name : {"a.JPG", ".JPG", "a.b.Png", "noext", "a.", "\u00c9t\u00e9.TIF"}) {
       const auto whole = OutputPhotoPath::initWithoutDiskCheck(folder + "/" + name, "/s");
       const auto quick = OutputPhotoPath::initWithFolderPrefix(prefix, name, "/s");
-      EXPECT_EQ(quick->filePath, whole->filePath)
+      EXPECT_EQ(QStringList({quick->filePath, quick->fileName, quick->fileExtension}),
+                QStringList({whole->filePath, whole->fileName, whole->fileExtension}))
           << folder.toStdString() << " " << name.toStdString();
-      EXPECT_EQ(quick->fileName, whole->fileName)
-          << folder.toStdString() << " " << name.toStdString();
-      EXPECT_EQ(quick->fileExtension, whole->fileExtension);
     }
   }
 }
 
-TEST(Destination, ExistingFileFoundUnderEitherCase) {
-  QTemporaryDir dir;
-  testenv::writeFile(dir.filePath("a.jpg"), "x");
-  testenv::writeFile(dir.filePath("B.JPG"), "x");
-  // The run writes the lower-case path: a file there must not be replaced silently.
-  EXPECT_TRUE(
-      OutputPhotoPath::initWithFileUrl(dir.filePath("a.JPG"), "/s")->fileAlreadyExistAtPath);
-  EXPECT_TRUE(
-      OutputPhotoPath::initWithFileUrl(dir.filePath("B.JPG"), "/s")->fileAlreadyExistAtPath);
-  EXPECT_FALSE(
-      OutputPhotoPath::initWithFileUrl(dir.filePath("c.JPG"), "/s")->fileAlreadyExistAtPath);
-}
-
-TEST(OutputOptions, DefaultsCopyIntoPicturesQuillmere) {
-  const QString folder = platform::picturesDirectory() + QStringLiteral("/Quillmere");
-  QDir(folder).removeRecursively();
-  const auto options = OutputOptionSettings::initWithDefaults();
-  EXPECT_EQ(options->outputFolderPath, folder);
-  EXPECT_TRUE(QFileInfo(folder).isDir());
-  EXPECT_TRUE(options->copyyToDestinationFolder);
-  EXPECT_FALSE(options->moveAndRenameToDestinationFolder || options->useSourceFolder ||
-               options->owerwriteExistingFiles || options->setOutputDateTimeAsOriginal);
-  EXPECT_TRUE(options->openOutputFolderAfterProcessing);
-}
-
-TEST(OutputOptions, ModesAreExclusive) {
+TEST(OutputOptions, DefaultsThenModesExclusiveAndSourceFolderByKindOfPhoto) {
+  const QString pictures = platform::picturesDirectory() + QStringLiteral("/Quillmere");
+  QDir(pictures).removeRecursively();
   auto o = OutputOptionSettings::initWithDefaults();
+  EXPECT_EQ(o->outputFolderPath, pictures);
+  EXPECT_TRUE(QFileInfo(pictures).isDir());
+  EXPECT_TRUE(o->copyyToDestinationFolder && o->openOutputFolderAfterProcessing);
+  EXPECT_FALSE(o->moveAndRenameToDestinationFolder || o->useSourceFolder ||
+               o->owerwriteExistingFiles || o->setOutputDateTimeAsOriginal);
   o->setDestinationMode(0);
   EXPECT_TRUE(o->moveAndRenameToDestinationFolder);
   EXPECT_FALSE(o->copyyToDestinationFolder || o->useSourceFolder);
@@ -97,6 +73,10 @@ TEST(OutputOptions, ModesAreExclusive) {
   EXPECT_FALSE(o->moveAndRenameToDestinationFolder || o->copyyToDestinationFolder);
   EXPECT_FALSE(o->openOutputFolderAfterProcessing);
   EXPECT_FALSE(o->isOutputFolderEditable());
+  const DestinationFolder folder(*o);
+  EXPECT_EQ(folder.folderFor("/lib/Masters/a.jpg", true),
+            platform::desktopDirectory() + QStringLiteral("/iPhoto_QuillmereOutput"));
+  EXPECT_EQ(folder.folderFor("/photos/trip/a.jpg", false), QStringLiteral("/photos/trip"));
   o->forceCopyModeForLibraryPhotos();
   EXPECT_TRUE(o->copyyToDestinationFolder && o->useSourceFolder);
 }
@@ -116,15 +96,6 @@ TEST(OutputOptions, ChosenFolderIsLowerCasedAndResolvedOnDisk) {
   EXPECT_EQ(o->outputFolderPath, real.toLower());
 }
 
-TEST(OutputOptions, SourceFolderModeByKindOfPhoto) {
-  auto o = OutputOptionSettings::initWithDefaults();
-  o->setDestinationMode(2);
-  const DestinationFolder folder(*o);
-  EXPECT_EQ(folder.folderFor("/lib/Masters/a.jpg", true),
-            platform::desktopDirectory() + QStringLiteral("/iPhoto_QuillmereOutput"));
-  EXPECT_EQ(folder.folderFor("/photos/trip/a.jpg", false), QStringLiteral("/photos/trip"));
-}
-
 TEST(OutputOptions, ArchiveRoundTripAndWrongTypes) {
   auto o = OutputOptionSettings::initWithDefaults();
   o->setDestinationMode(0);
@@ -135,6 +106,11 @@ TEST(OutputOptions, ArchiveRoundTripAndWrongTypes) {
   const auto back = OutputOptionSettings::initWithCoder(archive);
   ASSERT_TRUE(back);
   EXPECT_EQ(back->dictionaryRepresentation(), o->dictionaryRepresentation());
+  o->saveUpdatedOutputOptionSettingsInDefault();
+  const auto saved = OutputOptionSettings::initWithCoder(
+      platform::Preferences::dataValue(QStringLiteral("OUTPUT_OPTONS_SETTING")));
+  ASSERT_TRUE(saved);
+  EXPECT_EQ(saved->dictionaryRepresentation(), o->dictionaryRepresentation());
   const auto typed = OutputOptionSettings::initWithDictionary(
       {{"owerwriteExistingFiles", "YES"}, {"useSourceFolder", 3}, {"outputFolderPath", 7}});
   EXPECT_TRUE(typed->owerwriteExistingFiles);
@@ -144,138 +120,76 @@ TEST(OutputOptions, ArchiveRoundTripAndWrongTypes) {
 
 // --- Checks ---
 
-struct Dest {
-  Dest(const char *newPath, bool sourceExists = true, bool destinationExists = false)
-      : newPath(newPath), sourceExists(sourceExists), destinationExists(destinationExists) {}
-  const char *newPath; // relative to the output folder
-  bool sourceExists;
-  bool destinationExists;
-};
+// A batch in one line: destination names relative to the output folder, "!" before a name
+// whose source is gone, "+" before one that exists already. Statuses: R ready, D duplicate,
+// B blank, I invalid, N source not found, E exists (the only warning).
 struct CheckRow {
   const char *name;
-  std::vector<Dest> records;
+  const char *batch;
   bool overwrite;
-  std::vector<const char *> statuses;
-  int errors;
-  int warnings;
+  const char *statuses;
   StartGate gate;
 };
 std::ostream &operator<<(std::ostream &os, const CheckRow &row) {
   return os << row.name;
 }
 
+const QMap<QChar, QString> kStatusText = {{'R', "File is ready to process."},
+                                          {'D', "Duplicate filename."},
+                                          {'B', "Filename is blank."},
+                                          {'I', "Invalid filename."},
+                                          {'N', "File not available in source folder."},
+                                          {'E', "File already exists in destination folder."}};
+
 class CheckRows : public ::testing::TestWithParam<CheckRow> {};
 TEST_P(CheckRows, SortTheBatch) {
   QTemporaryDir dir;
   QDir().mkpath(dir.filePath("out"));
   QList<std::shared_ptr<OutputPhotoPath>> records;
-  int n = 0;
-  for (const Dest &d : GetParam().records) {
-    const QString source = dir.filePath(QStringLiteral("src%1.jpg").arg(n++));
-    if (d.sourceExists)
+  for (QString name : QString::fromUtf8(GetParam().batch).split(' ', Qt::SkipEmptyParts)) {
+    const QString source = dir.filePath(QStringLiteral("src%1.jpg").arg(records.size()));
+    if (!name.startsWith('!'))
       testenv::writeFile(source, "x");
-    const QString path = dir.filePath("out/") + QString::fromUtf8(d.newPath);
-    if (d.destinationExists)
+    const bool exists = name.startsWith('+');
+    name.remove(QRegularExpression("^[!+]"));
+    const QString path = dir.filePath("out/") + name;
+    if (exists)
       testenv::writeFile(path, "x");
     records.append(OutputPhotoPath::initWithFileUrl(path, source));
   }
   countOccurences(records);
   const ErrorFiles e = calculateErrorFiles(records, GetParam().overwrite, true);
-  ASSERT_EQ(records.size(), qsizetype(GetParam().statuses.size()));
+  const QString statuses = QString::fromLatin1(GetParam().statuses);
+  ASSERT_EQ(records.size(), statuses.size());
   for (qsizetype i = 0; i < records.size(); ++i)
-    EXPECT_EQ(rowStatusForRecord(*records[i], e).toolTip,
-              QString::fromUtf8(GetParam().statuses[size_t(i)]))
-        << i;
-  EXPECT_EQ(e.errorCount(), GetParam().errors);
-  EXPECT_EQ(e.warningCount(), GetParam().warnings);
-  EXPECT_EQ(e.arrayAllErrors.size(), GetParam().errors);
-  EXPECT_EQ(e.arrayAllWarnings.size(), GetParam().warnings);
-  EXPECT_EQ(e.consoleLines.size(), GetParam().errors + GetParam().warnings);
+    EXPECT_EQ(rowStatusForRecord(*records[i], e).toolTip, kStatusText.value(statuses[i])) << i;
+  const int warnings = statuses.count('E');
+  const int errors = statuses.size() - warnings - statuses.count('R');
+  EXPECT_EQ(e.errorCount(), errors);
+  EXPECT_EQ(e.arrayAllErrors.size(), errors);
+  EXPECT_EQ(e.arrayAllWarnings.size(), warnings);
+  EXPECT_EQ(e.consoleLines.size(), errors + warnings);
   EXPECT_EQ(startGateForBatch(e, records.size()), GetParam().gate);
   const QList<FilterButtonTexts> titles = updateErrorAndWarningUI(e);
-  EXPECT_EQ(titles[1].title, QStringLiteral("ERRORS: %1").arg(GetParam().errors));
-  EXPECT_EQ(titles[2].title, QStringLiteral("WARNINGS: %1").arg(GetParam().warnings));
+  EXPECT_EQ(titles[1].title, QStringLiteral("ERRORS: %1").arg(errors));
+  EXPECT_EQ(titles[2].title, QStringLiteral("WARNINGS: %1").arg(warnings));
 }
 
-const char *kReady = "File is ready to process.";
-const char *kDup = "Duplicate filename.";
-const char *kExists = "File already exists in destination folder.";
 INSTANTIATE_TEST_SUITE_P(
     Batches, CheckRows,
-    ::testing::Values(
-        CheckRow{
-            "AllGood", {{"a.JPG"}, {"b.JPG"}}, false, {kReady, kReady}, 0, 0, StartGate::Start},
-        CheckRow{"DuplicatesOfTwo",
-                 {{"t.JPG"}, {"t.JPG"}, {"u.JPG"}},
-                 false,
-                 {kDup, kDup, kReady},
-                 2,
-                 0,
-                 StartGate::Prompt},
-        CheckRow{"CaseOnlyIsNotDuplicate",
-                 {{"a.jpg"}, {"A.jpg"}},
-                 false,
-                 {kReady, kReady},
-                 0,
-                 0,
-                 StartGate::Start},
-        CheckRow{"SameLowerCasePathIsDuplicate",
-                 {{"a.JPG"}, {"a.jpg"}},
-                 false,
-                 {kDup, kDup},
-                 2,
-                 0,
-                 StartGate::Refuse},
-        CheckRow{"HttpAnyCase",
-                 {{"xHtTp:y.JPG"}, {"ok.JPG"}},
-                 false,
-                 {"Invalid filename.", kReady},
-                 1,
-                 0,
-                 StartGate::Prompt},
-        CheckRow{"BlankBeatsDuplicate",
-                 {{".JPG"}, {".JPG"}, {"a.JPG"}},
-                 false,
-                 {"Filename is blank.", "Filename is blank.", kReady},
-                 2,
-                 0,
-                 StartGate::Prompt},
-        CheckRow{"SourceGone",
-                 {{"a.JPG", false}, {"b.JPG"}},
-                 false,
-                 {"File not available in source folder.", kReady},
-                 1,
-                 0,
-                 StartGate::Prompt},
-        CheckRow{"ExistingWarns",
-                 {{"a.JPG", true, true}, {"b.JPG"}},
-                 false,
-                 {kExists, kReady},
-                 0,
-                 1,
-                 StartGate::Prompt},
-        CheckRow{"OverwriteSuppressesWarning",
-                 {{"a.JPG", true, true}, {"b.JPG"}},
-                 true,
-                 {kReady, kReady},
-                 0,
-                 0,
-                 StartGate::Start},
-        CheckRow{"WarningsOnlyRefused",
-                 {{"a.JPG", true, true}, {"b.JPG", true, true}},
-                 false,
-                 {kExists, kExists},
-                 0,
-                 2,
-                 StartGate::Refuse},
-        CheckRow{"OneGoodPrompts",
-                 {{"a.JPG", true, true}, {"b.JPG", true, true}, {"c.JPG"}},
-                 false,
-                 {kExists, kExists, kReady},
-                 0,
-                 2,
-                 StartGate::Prompt},
-        CheckRow{"EmptyBatchRefused", {}, false, {}, 0, 0, StartGate::Refuse}));
+    ::testing::ValuesIn(std::vector<CheckRow>{
+        {"AllGood", "a.JPG b.JPG", false, "RR", StartGate::Start},
+        {"DuplicatesOfTwo", "t.JPG t.JPG u.JPG", false, "DDR", StartGate::Prompt},
+        {"CaseOnlyIsNotDuplicate", "a.jpg A.jpg", false, "RR", StartGate::Start},
+        {"SameLowerCasePathIsDuplicate", "a.JPG a.jpg", false, "DD", StartGate::Refuse},
+        {"HttpAnyCase", "xHtTp:y.JPG ok.JPG", false, "IR", StartGate::Prompt},
+        {"BlankBeatsDuplicate", ".JPG .JPG a.JPG", false, "BBR", StartGate::Prompt},
+        {"SourceGone", "!a.JPG b.JPG", false, "NR", StartGate::Prompt},
+        {"ExistingWarns", "+a.JPG b.JPG", false, "ER", StartGate::Prompt},
+        {"OverwriteSuppressesWarning", "+a.JPG b.JPG", true, "RR", StartGate::Start},
+        {"WarningsOnlyRefused", "+a.JPG +b.JPG", false, "EE", StartGate::Refuse},
+        {"OneGoodPrompts", "+a.JPG +b.JPG c.JPG", false, "EER", StartGate::Prompt},
+        {"EmptyBatchRefused", "", false, "", StartGate::Refuse}}));
 
 TEST(Checks, ConsoleLinesNameTheFinding) {
   QList<std::shared_ptr<OutputPhotoPath>> records = {
@@ -307,19 +221,6 @@ struct PreviewFixture : ::testing::Test {
     delegate.selectedOuputSettingObj->outputFolderPath = out;
   }
 };
-
-TEST_F(PreviewFixture, TakenDateComesFromTheFile) {
-  auto s = BatchRenameSetting::initWithDictionary(BatchRenameSetting::defaultsDictionary());
-  s->flagRenamingMode = 1;
-  s->dictDateTimeStamp = {{"State", true}, {"Type", 0}, {"Format", 5}, {"As", 1}};
-  const PreviewResult r =
-      computePreview(delegate.arraySelectedImagesToProcess, RenameRules::fromSetting(*s),
-                     delegate.arrFileFormatsSupported, *delegate.selectedOuputSettingObj);
-  ASSERT_EQ(r.paths.size(), 3);
-  EXPECT_EQ(r.paths[0]->fileName, QStringLiteral("a17-08-2006 09:24:48.JPG"));
-  EXPECT_EQ(r.paths[0]->filePath, out + QStringLiteral("/a17-08-2006 09:24:48.jpg"));
-  EXPECT_EQ(r.paths[2]->fileName, QStringLiteral("c17-08-2006 09:24:48.JPEG"));
-}
 
 TEST_F(PreviewFixture, ExistingFilesFlaggedUnderEitherCase) {
   testenv::writeFile(out + "/a.jpg", "x");
@@ -375,6 +276,12 @@ TEST_F(PreviewFixture, ControllerHandsTheResultToTheDelegate) {
   controller.setting->dictReplaceFileName = {{"State", true}, {"New Name", "x"}};
   EXPECT_EQ(controller.perfromStartProcess(), QString());
   EXPECT_EQ(requests, 1);
+
+  // Reset goes back to the defaults file: names kept as they are.
+  controller.resetAllSettings();
+  controller.waitForPreview();
+  EXPECT_EQ(controller.setting->renamingMode(), 0);
+  EXPECT_EQ(controller.arrayOutputFilePaths[1]->fileName, QStringLiteral("b.JPG"));
 }
 
 TEST_F(PreviewFixture, LibraryPhotoForcesCopyMode) {
@@ -385,25 +292,12 @@ TEST_F(PreviewFixture, LibraryPhotoForcesCopyMode) {
   controller.waitForPreview();
   EXPECT_TRUE(controller.isIphotoExist);
   EXPECT_FALSE(controller.isMoveModeEnabled);
-  EXPECT_TRUE(delegate.selectedOuputSettingObj->copyyToDestinationFolder);
-  EXPECT_FALSE(delegate.selectedOuputSettingObj->moveAndRenameToDestinationFolder);
+  EXPECT_TRUE(delegate.selectedOuputSettingObj->copyyToDestinationFolder &&
+              !delegate.selectedOuputSettingObj->moveAndRenameToDestinationFolder);
   delegate.arraySelectedImagesToProcess.removeAt(1);
   controller.resetPreviewForUpdatedRenameSelections(false);
   controller.waitForPreview();
   EXPECT_TRUE(controller.isMoveModeEnabled);
-}
-
-TEST_F(PreviewFixture, ResetRestoresTheDefaultsFile) {
-  RenamePreviewController controller(&delegate);
-  controller.viewDidAppear();
-  controller.waitForPreview();
-  controller.setting->flagRenamingMode = 1;
-  controller.setting->outputFormat = 6;
-  controller.resetAllSettings();
-  controller.waitForPreview();
-  EXPECT_EQ(controller.setting->renamingMode(), 0);
-  EXPECT_EQ(controller.setting->outputFormatIndex(), 0);
-  EXPECT_EQ(controller.arrayOutputFilePaths[1]->fileName, QStringLiteral("b.JPG"));
 }
 
 // --- quillmere preview ---
@@ -420,8 +314,11 @@ struct PreviewCommand : ::testing::Test {
   testenv::ProcessResult preview(QStringList args) {
     return testenv::runQuillmere(QStringList{"preview"} + args);
   }
-  QStringList lines(const testenv::ProcessResult &r) const {
-    return r.out.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+  QString plist(const char *name, const QString &entries) {
+    return testenv::writeFile(
+        dir.filePath(name),
+        ("<?xml version=\"1.0\"?><plist version=\"1.0\"><dict>" + entries + "</dict></plist>\n")
+            .toUtf8());
   }
 };
 
@@ -434,19 +331,27 @@ TEST_F(PreviewCommand, ReadyBatchStartsAtOnce) {
   EXPECT_EQ(preview({src}).exitCode, 0);
   EXPECT_TRUE(QFileInfo(pictures).isDir());
   EXPECT_EQ(r.exitCode, 0) << r.err.toStdString();
-  EXPECT_EQ(lines(r),
+  EXPECT_EQ(r.out.split('\n', Qt::SkipEmptyParts),
             (QStringList{"File is ready to process.\t" + src + "/a.jpg\t" + out + "/a.jpg",
                          "File is ready to process.\t" + src + "/b.jpg\t" + out + "/b.jpg",
                          "ALL: 2  ERRORS: 0  WARNINGS: 0"}));
   EXPECT_TRUE(QFileInfo(out).isDir());
 }
 
-TEST_F(PreviewCommand, OneNameForTwoPhotosIsRefused) {
+TEST_F(PreviewCommand, OneNameForTwoPhotosOrAnEmptyBatchIsRefused) {
   const auto r = preview({"--copy", out, "--name", "Trip", src});
   EXPECT_EQ(r.exitCode, 2);
   EXPECT_TRUE(r.out.contains("Duplicate filename.\t" + src + "/a.jpg\t" + out + "/Trip.jpg"));
   EXPECT_TRUE(r.out.endsWith("ALL: 2  ERRORS: 2  WARNINGS: 0\n"));
   EXPECT_TRUE(r.err.contains("ERROR/WARNING: Batch Process cannot be initiated."));
+
+  // An empty batch (a missing file is named on stderr) cannot start either.
+  const QString empty = dir.filePath("empty"), missing = dir.filePath("missing.jpg");
+  QDir().mkpath(empty);
+  const auto none = preview({"--copy", out, empty, missing});
+  EXPECT_EQ(none.exitCode, 2);
+  EXPECT_TRUE(none.out.endsWith("ALL: 0  ERRORS: 0  WARNINGS: 0\n"));
+  EXPECT_TRUE(none.err.contains("quillmere: no such file: " + missing));
 }
 
 TEST_F(PreviewCommand, RenameOptionsAndSlashesStayInTheFolder) {
@@ -472,17 +377,14 @@ TEST_F(PreviewCommand, ExistingDestinationPromptsUnlessOverwriting) {
 }
 
 TEST_F(PreviewCommand, TakenDateAndSettingsFileWithWrongTypes) {
-  const QString settings = testenv::writeFile(
-      dir.filePath("s.plist"),
-      "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\"><dict>"
-      "<key>Rename Mode</key><string>1abc</string>"
-      "<key>Date/Time Stamp</key><dict><key>State</key><string>Yes</string>"
-      "<key>Type</key><integer>0</integer><key>Format</key><string>5</string></dict>"
-      "<key>Add String</key><dict><key>State</key><true/><key>Prefix</key><integer>3</integer>"
-      "<key>Suffix</key><string>_x/y</string></dict>"
-      "<key>Remove</key><dict><key>State</key><true/><key>Words</key>"
-      "<string>a_x</string></dict>"
-      "</dict></plist>\n");
+  const QString settings = plist(
+      "s.plist", "<key>Rename Mode</key><string>1abc</string>"
+                 "<key>Date/Time Stamp</key><dict><key>State</key><string>Yes</string>"
+                 "<key>Type</key><integer>0</integer><key>Format</key><string>5</string></dict>"
+                 "<key>Add String</key><dict><key>State</key><true/><key>Prefix</key>"
+                 "<integer>3</integer><key>Suffix</key><string>_x/y</string></dict>"
+                 "<key>Remove</key><dict><key>State</key><true/><key>Words</key>"
+                 "<string>a_x</string></dict>");
   const auto r = preview({"--settings", settings, "--copy", out, src});
   EXPECT_EQ(r.exitCode, 0) << r.err.toStdString();
   EXPECT_TRUE(r.out.contains("\t" + out + "/17-08-2006 09:24:48y.jpg\n")) << r.out.toStdString();
@@ -491,13 +393,9 @@ TEST_F(PreviewCommand, TakenDateAndSettingsFileWithWrongTypes) {
 
 TEST_F(PreviewCommand, OptionsFileAndShortFormsOverridingIt) {
   const QString options =
-      testenv::writeFile(dir.filePath("o.plist"),
-                         ("<?xml version=\"1.0\"?><plist version=\"1.0\"><dict>"
-                          "<key>outputFolderPath</key><string>" +
-                          out +
-                          "</string><key>copyyToDestinationFolder</key><true/>"
-                          "<key>owerwriteExistingFiles</key><string>YES</string></dict></plist>")
-                             .toUtf8());
+      plist("o.plist", "<key>outputFolderPath</key><string>" + out +
+                           "</string><key>copyyToDestinationFolder</key><true/>"
+                           "<key>owerwriteExistingFiles</key><string>YES</string>");
   QDir().mkpath(out);
   testenv::writeFile(out + "/a.jpg", "x");
   auto r = preview({"--options", options, src});
@@ -508,22 +406,9 @@ TEST_F(PreviewCommand, OptionsFileAndShortFormsOverridingIt) {
   EXPECT_TRUE(r.out.contains("\t" + src + "/a.jpg\t" + src + "/a.jpg\n")) << r.out.toStdString();
 }
 
-TEST(OutputOptions, SaveStoresTheArchiveInThePreferences) {
-  auto o = OutputOptionSettings::initWithDefaults();
-  o->setDestinationMode(2);
-  o->saveUpdatedOutputOptionSettingsInDefault();
-  const auto back = OutputOptionSettings::initWithCoder(
-      platform::Preferences::dataValue(QStringLiteral("OUTPUT_OPTONS_SETTING")));
-  ASSERT_TRUE(back);
-  EXPECT_TRUE(back->useSourceFolder);
-  EXPECT_FALSE(back->copyyToDestinationFolder);
-}
-
 TEST_F(PreviewCommand, BadUsageExits64) {
   const QString junk = testenv::writeFile(dir.filePath("junk.plist"), "not a plist at all");
-  const QString format12 = testenv::writeFile(
-      dir.filePath("f.plist"), "<?xml version=\"1.0\"?><plist version=\"1.0\"><dict>"
-                               "<key>Output Format</key><integer>12</integer></dict></plist>");
+  const QString format12 = plist("f.plist", "<key>Output Format</key><integer>12</integer>");
   for (const QStringList &args :
        {QStringList{"--settings", junk, src}, QStringList{"--options", junk, src},
         QStringList{"--settings", format12, src}, QStringList{"--format", "webp", src},
@@ -533,14 +418,6 @@ TEST_F(PreviewCommand, BadUsageExits64) {
     EXPECT_EQ(r.exitCode, 64) << args.join(' ').toStdString();
     EXPECT_TRUE(r.err.startsWith("quillmere: ")) << r.err.toStdString();
   }
-}
-
-TEST_F(PreviewCommand, EmptyBatchIsRefused) {
-  QDir().mkpath(dir.filePath("empty"));
-  const auto r = preview({"--copy", out, dir.filePath("empty"), dir.filePath("missing.jpg")});
-  EXPECT_EQ(r.exitCode, 2);
-  EXPECT_TRUE(r.out.endsWith("ALL: 0  ERRORS: 0  WARNINGS: 0\n"));
-  EXPECT_TRUE(r.err.contains("quillmere: no such file: " + dir.filePath("missing.jpg")));
 }
 
 TEST_F(PreviewCommand, EmojiCutDoesNotBreakTheName) {
