@@ -13,6 +13,7 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <tuple>
 #include <unistd.h>
 
 using namespace platform;
@@ -50,7 +51,6 @@ INSTANTIATE_TEST_SUITE_P(
         PathRow{"/a", "a", "", "/a", "/"}, PathRow{"/a/b", "b", "", "/a/b", "/a"},
         PathRow{"/p/IMG_1.JPG", "IMG_1.JPG", "JPG", "/p/IMG_1", "/p"},
         PathRow{"/p/.JPG", ".JPG", "", "/p/.JPG", "/p"},
-        PathRow{"/p/.bashrc", ".bashrc", "", "/p/.bashrc", "/p"},
         PathRow{"a.b.JPG", "a.b.JPG", "JPG", "a.b", ""}, PathRow{"/p/a.", "a.", "", "/p/a.", "/p"},
         PathRow{"/p.d/name", "name", "", "/p.d/name", "/p.d"},
         PathRow{"//p//x.tar.gz//", "x.tar.gz", "gz", "/p/x.tar", "/p"},
@@ -94,53 +94,38 @@ TEST(PathTextResolveTest, FindsTheExistingCaseOfEachComponent) {
   EXPECT_EQ(PathText::resolveCaseInsensitive(root + "/x/photos/IMG.JPG"), photo);
 }
 
-TEST(FileTypesTest, ImageConformanceByExtension) {
+TEST(FileTypesTest, ImagesByExtensionAndPackagesAsFoldersWithBundleExtensions) {
   QTemporaryDir dir;
-  struct Row {
-    const char *name;
-    bool image;
-  };
-  const Row rows[] = {{"a.jpg", true},  {"a.JPG", true},     {"a.jpeg", true}, {"a.png", true},
-                      {"a.heic", true}, {"a.HEIC", true},    {"a.cr2", true},  {"a.dng", true},
-                      {"a.tif", true},  {"a.txt", false},    {"a.pdf", false}, {"a.mov", false},
-                      {"noext", false}, {"a.jpg.txt", false}};
-  for (const Row &row : rows) {
-    const QString path = testenv::writeFile(dir.filePath(row.name), "x");
-    EXPECT_EQ(FileTypes::conformsToImage(path), row.image) << row.name;
+  // Name, made as a folder, conforms to image, is a package.
+  const std::tuple<const char *, bool, bool, bool> rows[] = {
+      {"a.jpg", false, true, false},           {"a.JPG", false, true, false},
+      {"a.jpeg", false, true, false},          {"a.png", false, true, false},
+      {"a.heic", false, true, false},          {"a.HEIC", false, true, false},
+      {"a.cr2", false, true, false},           {"a.dng", false, true, false},
+      {"a.tif", false, true, false},           {"a.txt", false, false, false},
+      {"a.pdf", false, false, false},          {"a.mov", false, false, false},
+      {"noext", false, false, false},          {"a.jpg.txt", false, false, false},
+      {"folder.jpg", true, false, false},      {"File.photolibrary", false, false, false},
+      {"Lib.photolibrary", true, false, true}, {"Photos Library.photoslibrary", true, false, true},
+      {"Tool.APP", true, false, true},         {"Plain", true, false, false},
+      {"Holiday.2024", true, false, false}};
+  for (const auto &[name, folder, image, package] : rows) {
+    const QString path = dir.filePath(name);
+    ASSERT_TRUE(folder ? QDir().mkpath(path) : !testenv::writeFile(path, "x").isEmpty());
+    EXPECT_EQ(FileTypes::conformsToImage(path), image) << name;
+    EXPECT_EQ(FileTypes::isPackage(path), package) << name;
   }
-  // A folder is never an image, whatever its name.
-  QDir().mkpath(dir.filePath("folder.jpg"));
-  EXPECT_FALSE(FileTypes::conformsToImage(dir.filePath("folder.jpg")));
-}
-
-TEST(FileTypesTest, PackagesAreFoldersWithBundleExtensions) {
-  QTemporaryDir dir;
-  testenv::writeFile(dir.filePath("File.photolibrary"), "a file, not a folder");
-  const std::pair<const char *, bool> rows[] = {{"Lib.photolibrary", true},
-                                                {"Photos Library.photoslibrary", true},
-                                                {"Tool.APP", true},
-                                                {"Plain", false},
-                                                {"Holiday.2024", false}};
-  for (const auto &[name, package] : rows) {
-    QDir().mkpath(dir.filePath(name));
-    EXPECT_EQ(FileTypes::isPackage(dir.filePath(name)), package) << name;
-  }
-  EXPECT_FALSE(FileTypes::isPackage(dir.filePath("File.photolibrary")));
   EXPECT_FALSE(FileTypes::isPackage(dir.filePath("Missing.photolibrary")));
 }
 
 TEST(FileTypesTest, ExtensionListHasBothCasesOnceAndNoPatterns) {
   QStringList extensions = FileTypes::imageFileExtensions();
   EXPECT_TRUE(extensions.contains(QStringLiteral("heic")));
-  for (const QString &extension : extensions) {
-    // Each is in one case, and its other case is listed too.
-    EXPECT_TRUE(extension == extension.toLower() || extension == extension.toUpper())
-        << extension.toStdString();
-    EXPECT_TRUE(extensions.contains(extension.toLower()) &&
-                extensions.contains(extension.toUpper()))
-        << extension.toStdString();
-    EXPECT_FALSE(extension.contains(QLatin1Char('*')) || extension.contains(QLatin1Char('.')));
-  }
+  // Each is in one case, its other case is listed too, and none is a pattern.
+  for (const QString &e : extensions)
+    EXPECT_TRUE((e == e.toLower() || e == e.toUpper()) && extensions.contains(e.toLower()) &&
+                extensions.contains(e.toUpper()) && !e.contains('*') && !e.contains('.'))
+        << e.toStdString();
   EXPECT_EQ(extensions.removeDuplicates(), 0);
 }
 
