@@ -160,11 +160,7 @@ TEST_F(Catalogue, WithoutPicturesNothingButBatchConversionIsOffered) {
 
 TEST(SortArr, SortsRecordsAndCategoriesByTheNamedKeyStably) {
   const auto record = [](const char *name, const char *display, bool duplicate = false) {
-    auto r = std::make_shared<FilterRecord>();
-    r->filterName = QString::fromLatin1(name);
-    r->filterDisplayName = QString::fromLatin1(display);
-    r->filterIsDuplicate = duplicate;
-    return r;
+    return std::make_shared<FilterRecord>(FilterRecord{name, display, {}, duplicate});
   };
   const FilterRecordList records = {record("CIc", "Beta"), record("CIa", "alpha", true),
                                     record("CIb", "Beta"), record("CId", "Alpha")};
@@ -178,9 +174,8 @@ TEST(SortArr, SortsRecordsAndCategoriesByTheNamedKeyStably) {
 
   FilterCategoryList categories;
   for (const char *display : {"Stylize", "Blur", "Distortion Effect"}) {
-    auto c = std::make_shared<FilterCategoryInfo>();
-    c->categoryName = c->categoryDisplayName = QString::fromLatin1(display);
-    categories << c;
+    categories << std::make_shared<FilterCategoryInfo>();
+    categories.last()->categoryName = categories.last()->categoryDisplayName = display;
   }
   EXPECT_EQ(names(FiltersList::sortArr(categories, QStringLiteral("categoryDisplayName"))),
             (QStringList{"Blur", "Distortion Effect", "Stylize"}));
