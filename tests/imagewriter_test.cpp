@@ -23,41 +23,59 @@
 
 #include <sys/stat.h>
 
+using platform::MetadataCopy::readValue;
 using vips::VImage;
 
 namespace {
 
-VImage load(const QString &path) {
-  return VImage::new_from_file(QFile::encodeName(path).constData());
-}
-
-QByteArray head(const QString &path, int n) {
+QByteArray head(const QString &path, int n = -1) {
   QFile file(path);
   if (!file.open(QIODevice::ReadOnly))
     return {};
-  return file.read(n);
+  return n < 0 ? file.readAll() : file.read(n);
 }
 
-// A copy of a GPS sample with IPTC keywords added and EXIF orientation 6.
-QString preparedSource(const QString &folder) {
-  const QString path = testenv::copyPhoto("jpg/gps/DSCN0010.jpg", folder, "source.jpg");
+bool noPartialFiles(const QString &folder) {
+  return QDir(folder).entryList({".quillmere-*"}, QDir::Files | QDir::Hidden).isEmpty();
+}
+
+// A copy of a sample in a temporary folder, with its record and upright pixels, as the
+// driver hands them to the writer.
+struct Source {
+  QTemporaryDir dir;
+  QString path;
+  std::shared_ptr<PhotoFile> photo;
+  VImage image;
+  ImageWriter writer;
+
+  explicit Source(const char *sample = "jpg/Canon_40D.jpg")
+      : path(testenv::copyPhoto(sample, dir.path())) {
+    load();
+  }
+  void load() {
+    photo = PhotoFile::initWithFileUrl(path, false);
+    // value() throws, and so fails the test, when the photo cannot be read.
+    image = Utils::sharedUtils().getImageWithFixedOrientionFromUrl(path).value();
+  }
+  WriteReport write(const QString &name, int repType) {
+    return writer.saveImgInDirectoryFilteredImg(image, dir.filePath(name), repType, *photo);
+  }
+};
+
+// The GPS sample with two IPTC keywords added and EXIF orientation 6.
+void addKeywordsAndTurn(const QString &path) {
   auto image = Exiv2::ImageFactory::open(QFile::encodeName(path).toStdString());
   image->readMetadata();
   Exiv2::IptcData iptc = image->iptcData();
-  Exiv2::StringValue keyword("harbour");
-  iptc.add(Exiv2::IptcKey("Iptc.Application2.Keywords"), &keyword);
-  Exiv2::StringValue second("boats");
-  iptc.add(Exiv2::IptcKey("Iptc.Application2.Keywords"), &second);
+  for (const char *word : {"harbour", "boats"}) {
+    Exiv2::StringValue keyword(word);
+    iptc.add(Exiv2::IptcKey("Iptc.Application2.Keywords"), &keyword);
+  }
   image->setIptcData(iptc);
   Exiv2::ExifData exif = image->exifData();
   exif["Exif.Image.Orientation"] = uint16_t(6);
   image->setExifData(exif);
   image->writeMetadata();
-  return path;
-}
-
-bool noPartialFiles(const QString &folder) {
-  return QDir(folder).entryList({".quillmere-*"}, QDir::Files | QDir::Hidden).isEmpty();
 }
 
 struct FormatRow {
@@ -71,38 +89,32 @@ class WriterFormatTest : public ::testing::TestWithParam<FormatRow> {};
 
 TEST_P(WriterFormatTest, WritesDecodableFileWithMatchingBytesAndCarriedProperties) {
   const FormatRow row = GetParam();
-  QTemporaryDir dir;
-  const QString source = preparedSource(dir.path());
-  auto photo = PhotoFile::initWithFileUrl(source, false);
-  std::optional<VImage> image = Utils::sharedUtils().getImageWithFixedOrientionFromUrl(source);
-  ASSERT_TRUE(image.has_value());
-
-  ImageWriter writer;
-  writer.settings.outputFormat = 6; // png: neither slider
-  const QString out = dir.filePath(QStringLiteral("out.%1").arg(row.extension));
-  const WriteReport report = writer.saveImgInDirectoryFilteredImg(*image, out, row.repType, *photo);
+  Source s("jpg/gps/DSCN0010.jpg");
+  addKeywordsAndTurn(s.path);
+  s.load();
+  s.writer.settings.outputFormat = 6; // png: neither slider
+  const QString name = QStringLiteral("out.%1").arg(row.extension), out = s.dir.filePath(name);
+  const WriteReport report = s.write(name, row.repType);
   EXPECT_EQ(report.status, 1);
-  EXPECT_EQ(report.message, "File processed successfully");
   ASSERT_TRUE(report.produced) << report.reason.toStdString();
   EXPECT_TRUE(head(out, 64).contains(row.magic)) << row.extension;
-  EXPECT_TRUE(noPartialFiles(dir.path()));
+  EXPECT_TRUE(noPartialFiles(s.dir.path()));
 
-  const VImage written = load(out);
-  EXPECT_EQ(written.width(), image->width());
-  EXPECT_EQ(written.height(), image->height());
+  const VImage written = VImage::new_from_file(QFile::encodeName(out).constData());
+  EXPECT_EQ(written.width(), s.image.width());
+  EXPECT_EQ(written.height(), s.image.height());
 
   struct stat info;
   ASSERT_EQ(::stat(QFile::encodeName(out).constData(), &info), 0);
   EXPECT_EQ(info.st_mode & 0777, platform::SafeWrite::newFileMode());
 
-  using platform::MetadataCopy::readValue;
   if (row.carriesMetadata) {
     EXPECT_EQ(readValue(out, "Exif.Image.Orientation"), "1");
     EXPECT_EQ(readValue(out, "Exif.Photo.DateTimeOriginal"),
-              readValue(source, "Exif.Photo.DateTimeOriginal"));
+              readValue(s.path, "Exif.Photo.DateTimeOriginal"));
     EXPECT_FALSE(readValue(out, "Exif.GPSInfo.GPSLatitude").isEmpty());
     EXPECT_EQ(readValue(out, "Exif.GPSInfo.GPSLatitude"),
-              readValue(source, "Exif.GPSInfo.GPSLatitude"));
+              readValue(s.path, "Exif.GPSInfo.GPSLatitude"));
     EXPECT_EQ(readValue(out, "Iptc.Application2.Keywords"), "harbour,boats");
   } else {
     EXPECT_TRUE(readValue(out, "Exif.Photo.DateTimeOriginal").isEmpty());
@@ -126,9 +138,8 @@ TEST(WriterQuality, FactorsOfTheQualityBranch) {
   s.qualityRatio = 1.0f;
   EXPECT_FLOAT_EQ(ImageWriter::qualityFactor(s), 0.98f);
   s.isSetQuality = false;
-  EXPECT_FLOAT_EQ(ImageWriter::qualityFactor(s), 0.82f);
-  EXPECT_EQ(std::lround(ImageWriter::qualityFactor(s) * 100), 82);
-  s.outputFormat = 6; // png
+  EXPECT_EQ(std::lround(ImageWriter::qualityFactor(s) * 100), 82); // 0.82 gives 82, not 81
+  s.outputFormat = 6;                                              // png
   EXPECT_FLOAT_EQ(ImageWriter::qualityFactor(s), 0.98f);
   for (int format : {0, 1, 2, 3, 4, 5, 6, 7, 8}) {
     s.outputFormat = format;
@@ -140,54 +151,36 @@ TEST(WriterQuality, FactorsOfTheQualityBranch) {
 
 // A lower JPEG quality gives a smaller file of the same picture.
 TEST(WriterQuality, QualityReachesTheEncoder) {
-  QTemporaryDir dir;
-  const QString source = testenv::copyPhoto("jpg/Canon_40D.jpg", dir.path());
-  auto photo = PhotoFile::initWithFileUrl(source, false);
-  auto image = Utils::sharedUtils().getImageWithFixedOrientionFromUrl(source);
-  ASSERT_TRUE(image);
-  ImageWriter writer;
-  writer.settings.outputFormat = 5;
-  writer.settings.isSetQuality = true;
-  writer.settings.qualityRatio = 1.0f;
-  ASSERT_TRUE(
-      writer.saveImgInDirectoryFilteredImg(*image, dir.filePath("high.jpeg"), 4, *photo).produced);
-  writer.settings.isSetQuality = false;
-  ASSERT_TRUE(
-      writer.saveImgInDirectoryFilteredImg(*image, dir.filePath("low.jpeg"), 4, *photo).produced);
-  EXPECT_GT(QFileInfo(dir.filePath("high.jpeg")).size(),
-            QFileInfo(dir.filePath("low.jpeg")).size() * 3 / 2);
+  Source s;
+  s.writer.settings.outputFormat = 5;
+  s.writer.settings.isSetQuality = true;
+  s.writer.settings.qualityRatio = 1.0f;
+  ASSERT_TRUE(s.write("high.jpeg", 4).produced);
+  s.writer.settings.isSetQuality = false;
+  ASSERT_TRUE(s.write("low.jpeg", 4).produced);
+  EXPECT_GT(QFileInfo(s.dir.filePath("high.jpeg")).size(),
+            QFileInfo(s.dir.filePath("low.jpeg")).size() * 3 / 2);
 }
 
 TEST(WriterPdf, NewDocumentThenAPageAppended) {
-  QTemporaryDir dir;
-  const QString first = testenv::copyPhoto("jpg/Canon_40D.jpg", dir.path());
-  const QString second = testenv::copyPhoto("jpg/orientation/landscape_6.jpg", dir.path());
-  ImageWriter writer;
-  writer.settings.outputFormat = 8;
-  writer.settings.owerwriteExistingFiles = true;
-  const QString pdf = dir.filePath("album.pdf");
-  for (const QString &source : {first, second}) {
-    auto photo = PhotoFile::initWithFileUrl(source, false);
-    auto image = Utils::sharedUtils().getImageWithFixedOrientionFromUrl(source);
-    ASSERT_TRUE(image);
-    const WriteReport report = writer.saveImgInDirectoryFilteredImg(*image, pdf, 4, *photo);
-    ASSERT_TRUE(report.produced) << report.reason.toStdString();
-  }
+  Source s;
+  const QString pdf = s.dir.filePath("album.pdf");
+  s.writer.settings.outputFormat = 8;
+  s.writer.settings.owerwriteExistingFiles = true;
+  ASSERT_TRUE(s.write("album.pdf", 4).produced);
+  Source turned("jpg/orientation/landscape_6.jpg");
+  const WriteReport second =
+      s.writer.saveImgInDirectoryFilteredImg(turned.image, pdf, 4, *turned.photo);
+  ASSERT_TRUE(second.produced) << second.reason.toStdString();
   EXPECT_EQ(platform::PdfPages::pageCount(pdf), 2);
   EXPECT_TRUE(head(pdf, 5) == "%PDF-");
   // The unturned JPEG went in byte for byte.
-  QFile whole(first);
-  ASSERT_TRUE(whole.open(QIODevice::ReadOnly));
-  QFile document(pdf);
-  ASSERT_TRUE(document.open(QIODevice::ReadOnly));
-  EXPECT_TRUE(document.readAll().contains(whole.readAll()));
-  EXPECT_TRUE(noPartialFiles(dir.path()));
+  EXPECT_TRUE(head(pdf).contains(head(s.path)));
+  EXPECT_TRUE(noPartialFiles(s.dir.path()));
 
   // Overwriting off: an existing document is left alone and the photo is skipped.
-  writer.settings.owerwriteExistingFiles = false;
-  auto photo = PhotoFile::initWithFileUrl(first, false);
-  auto image = Utils::sharedUtils().getImageWithFixedOrientionFromUrl(first);
-  const WriteReport skipped = writer.saveImgInDirectoryFilteredImg(*image, pdf, 4, *photo);
+  s.writer.settings.owerwriteExistingFiles = false;
+  const WriteReport skipped = s.write("album.pdf", 4);
   EXPECT_EQ(skipped.status, 3);
   EXPECT_EQ(skipped.message, "File already exists in destination folder");
   EXPECT_FALSE(skipped.produced);
@@ -195,120 +188,91 @@ TEST(WriterPdf, NewDocumentThenAPageAppended) {
 }
 
 TEST(WriterRules, KeepOriginalPngHoldsPngBytesAndCapitalExtensionsMatchToo) {
-  QTemporaryDir dir;
-  const QString source = testenv::copyPhoto("tiff/Arbitro.tiff", dir.path());
-  auto photo = PhotoFile::initWithFileUrl(source, false);
-  auto image = Utils::sharedUtils().getImageWithFixedOrientionFromUrl(source);
-  ASSERT_TRUE(image);
-  ImageWriter writer;
+  Source s("tiff/Arbitro.tiff");
   // The driver names the type "jpeg" for a format outside the list; the name decides.
-  ASSERT_TRUE(writer.saveImgInDirectoryFilteredImg(*image, dir.filePath("Arbitro.png"), 4, *photo)
-                  .produced);
-  EXPECT_TRUE(head(dir.filePath("Arbitro.png"), 4) == "\x89PNG");
-  ASSERT_TRUE(writer.saveImgInDirectoryFilteredImg(*image, dir.filePath("Arbitro.JPG"), 3, *photo)
-                  .produced);
-  EXPECT_TRUE(head(dir.filePath("Arbitro.JPG"), 3) == "\xFF\xD8\xFF");
+  ASSERT_TRUE(s.write("Arbitro.png", 4).produced);
+  EXPECT_TRUE(head(s.dir.filePath("Arbitro.png"), 4) == "\x89PNG");
+  ASSERT_TRUE(s.write("Arbitro.JPG", 3).produced);
+  EXPECT_TRUE(head(s.dir.filePath("Arbitro.JPG"), 3) == "\xFF\xD8\xFF");
 }
 
 TEST(WriterRules, OverwriteOffNeverReplacesAFileThatAppeared) {
-  QTemporaryDir dir;
-  const QString source = testenv::copyPhoto("jpg/Canon_40D.jpg", dir.path());
-  auto photo = PhotoFile::initWithFileUrl(source, false);
-  auto image = Utils::sharedUtils().getImageWithFixedOrientionFromUrl(source);
-  const QString out = testenv::writeFile(dir.filePath("taken.jpg"), "someone else's");
-  ImageWriter writer;
-  writer.settings.moveAndRenameToDestinationFolder = true;
-  const WriteReport report = writer.saveImgInDirectoryFilteredImg(*image, out, 3, *photo);
-  EXPECT_EQ(report.status, 3);
+  Source s;
+  const QString out = testenv::writeFile(s.dir.filePath("taken.jpg"), "someone else's");
+  s.writer.settings.moveAndRenameToDestinationFolder = true;
+  EXPECT_EQ(s.write("taken.jpg", 3).status, 3);
   EXPECT_EQ(head(out, 100), "someone else's");
-  EXPECT_TRUE(QFileInfo::exists(source));
-  EXPECT_TRUE(noPartialFiles(dir.path()));
+  EXPECT_TRUE(QFileInfo::exists(s.path));
+  EXPECT_TRUE(noPartialFiles(s.dir.path()));
 
-  writer.settings.owerwriteExistingFiles = true;
-  writer.settings.moveAndRenameToDestinationFolder = false;
-  EXPECT_EQ(writer.saveImgInDirectoryFilteredImg(*image, out, 3, *photo).status, 1);
+  s.writer.settings.owerwriteExistingFiles = true;
+  s.writer.settings.moveAndRenameToDestinationFolder = false;
+  EXPECT_EQ(s.write("taken.jpg", 3).status, 1);
   EXPECT_TRUE(head(out, 3) == "\xFF\xD8\xFF");
 }
 
 TEST(WriterRules, MoveTrashesTheSourceOnlyWhenTheOutputExists) {
-  QTemporaryDir dir;
-  const QString source = testenv::copyPhoto("jpg/Canon_40D.jpg", dir.path());
-  auto photo = PhotoFile::initWithFileUrl(source, false);
-  auto image = Utils::sharedUtils().getImageWithFixedOrientionFromUrl(source);
-  ImageWriter writer;
-  writer.settings.moveAndRenameToDestinationFolder = true;
+  Source s;
+  s.writer.settings.moveAndRenameToDestinationFolder = true;
 
   // A vanished destination folder: nothing written, the source stays.
-  WriteReport failed =
-      writer.saveImgInDirectoryFilteredImg(*image, dir.filePath("gone/out.jpg"), 3, *photo);
+  const WriteReport failed = s.write("gone/out.jpg", 3);
   EXPECT_EQ(failed.status, 1);
   EXPECT_FALSE(failed.produced);
   EXPECT_FALSE(failed.reason.isEmpty());
-  EXPECT_TRUE(QFileInfo::exists(source));
+  EXPECT_TRUE(QFileInfo::exists(s.path));
 
   // Written beside the source under its own name with overwrite on: that is the source.
-  writer.settings.owerwriteExistingFiles = true;
-  EXPECT_TRUE(writer.saveImgInDirectoryFilteredImg(*image, source, 3, *photo).produced);
-  EXPECT_TRUE(QFileInfo::exists(source));
+  s.writer.settings.owerwriteExistingFiles = true;
+  EXPECT_TRUE(s.write("Canon_40D.jpg", 3).produced);
+  EXPECT_TRUE(QFileInfo::exists(s.path));
 
-  writer.settings.owerwriteExistingFiles = false;
-  const QString out = dir.filePath("moved.jpg");
-  ASSERT_TRUE(writer.saveImgInDirectoryFilteredImg(*image, out, 3, *photo).produced);
-  EXPECT_TRUE(QFileInfo::exists(out));
-  EXPECT_FALSE(QFileInfo::exists(source));
+  s.writer.settings.owerwriteExistingFiles = false;
+  ASSERT_TRUE(s.write("moved.jpg", 3).produced);
+  EXPECT_TRUE(QFileInfo::exists(s.dir.filePath("moved.jpg")));
+  EXPECT_FALSE(QFileInfo::exists(s.path));
   EXPECT_TRUE(QFileInfo::exists(platform::trashDirectory() + "/files/Canon_40D.jpg"));
 }
 
 TEST(WriterRules, DatesFromTheSource) {
-  QTemporaryDir dir;
-  const QString source = testenv::copyPhoto("jpg/Canon_40D.jpg", dir.path());
+  Source s;
   const QDateTime old = QDateTime::fromString("2019-05-04T03:02:01Z", Qt::ISODate);
-  QFile file(source);
+  QFile file(s.path);
   ASSERT_TRUE(file.open(QIODevice::ReadWrite));
   ASSERT_TRUE(file.setFileTime(old, QFileDevice::FileModificationTime));
   file.close();
-  auto photo = PhotoFile::initWithFileUrl(source, false);
-  auto image = Utils::sharedUtils().getImageWithFixedOrientionFromUrl(source);
-  ImageWriter writer;
-  writer.settings.setOutputDateTimeAsOriginal = true;
-  const QString out = dir.filePath("dated.png");
-  ASSERT_TRUE(writer.saveImgInDirectoryFilteredImg(*image, out, 5, *photo).produced);
-  EXPECT_EQ(QFileInfo(out).lastModified().toSecsSinceEpoch(), old.toSecsSinceEpoch());
+  s.writer.settings.setOutputDateTimeAsOriginal = true;
+  ASSERT_TRUE(s.write("dated.png", 5).produced);
+  EXPECT_EQ(QFileInfo(s.dir.filePath("dated.png")).lastModified().toSecsSinceEpoch(),
+            old.toSecsSinceEpoch());
 }
 
 TEST(WriterCompression, EffortShrinksPngAndStopRemovesTheOutput) {
-  QTemporaryDir dir;
-  const QString source = testenv::copyPhoto("jpg/Canon_40D.jpg", dir.path());
-  auto photo = PhotoFile::initWithFileUrl(source, false);
-  auto image = Utils::sharedUtils().getImageWithFixedOrientionFromUrl(source);
-  ImageWriter writer;
+  Source s;
+  ImageWriter &writer = s.writer;
   writer.settings.outputFormat = 6;
   writer.settings.isSetCompression = true;
-  int inProgress = 0;
+  int inProgress = 0, stopped = 0;
   bool stop = false;
-  int stopped = 0;
   writer.setCompressionInProgress = [&](bool on) { inProgress += on ? 1 : -1; };
   writer.takeStopRequestWhileCompression = [&] { return std::exchange(stop, false); };
   writer.stopProcessAfterCompletionCompression = [&] { ++stopped; };
   writer.settings.compressionRatio = 0;
-  ASSERT_TRUE(
-      writer.saveImgInDirectoryFilteredImg(*image, dir.filePath("c0.png"), 5, *photo).produced);
+  ASSERT_TRUE(s.write("c0.png", 5).produced);
   writer.settings.compressionRatio = 9;
-  ASSERT_TRUE(
-      writer.saveImgInDirectoryFilteredImg(*image, dir.filePath("c9.png"), 5, *photo).produced);
-  EXPECT_GT(QFileInfo(dir.filePath("c0.png")).size(), QFileInfo(dir.filePath("c9.png")).size());
+  ASSERT_TRUE(s.write("c9.png", 5).produced);
+  EXPECT_GT(QFileInfo(s.dir.filePath("c0.png")).size(), QFileInfo(s.dir.filePath("c9.png")).size());
   EXPECT_EQ(inProgress, 0);
-  EXPECT_EQ(platform::MetadataCopy::readValue(dir.filePath("c9.png"), "Exif.Image.Make"),
-            platform::MetadataCopy::readValue(source, "Exif.Image.Make"));
+  EXPECT_EQ(readValue(s.dir.filePath("c9.png"), "Exif.Image.Make"),
+            readValue(s.path, "Exif.Image.Make"));
   EXPECT_FALSE(QFileInfo::exists(platform::temporaryDirectory() + "/TempFile.png"));
 
   stop = true;
-  const WriteReport report =
-      writer.saveImgInDirectoryFilteredImg(*image, dir.filePath("stopped.png"), 5, *photo);
+  const WriteReport report = s.write("stopped.png", 5);
   EXPECT_EQ(report.status, 1);
   EXPECT_FALSE(report.produced);
   EXPECT_TRUE(report.removedOnStop);
-  EXPECT_FALSE(QFileInfo::exists(dir.filePath("stopped.png")));
+  EXPECT_FALSE(QFileInfo::exists(s.dir.filePath("stopped.png")));
   EXPECT_EQ(stopped, 1);
 }
 
