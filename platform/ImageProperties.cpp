@@ -16,6 +16,7 @@
 
 #include <cmath>
 #include <cstring>
+#include <mutex>
 #include <string_view>
 #include <unordered_map>
 #include <vector>
@@ -568,7 +569,13 @@ ExivResult readMetadata(Exiv2::Image::AutoPtr image, QVariantMap &dict) {
     result.pixelWidth = image->pixelWidth();
     result.pixelHeight = image->pixelHeight();
     result.hadExif = !image->exifData().empty();
-    readExif(image->exifData(), dict);
+    {
+      // Exiv2 0.27's maker-note interpreters (the Nikon lens table among them) keep shared
+      // state: two threads printing them at once can read an empty lens name.
+      static std::mutex interpretMutex;
+      const std::lock_guard<std::mutex> lock(interpretMutex);
+      readExif(image->exifData(), dict);
+    }
     readIptc(image->iptcData(), dict);
     readXmp(image->xmpData(), dict);
     if (image->imageType() == Exiv2::ImageType::jpeg) {
