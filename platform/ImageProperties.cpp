@@ -560,6 +560,10 @@ ExivResult readMetadata(Exiv2::Image::AutoPtr image, QVariantMap &dict) {
   if (!image.get())
     return result;
   result.opened = true;
+  // Exiv2 0.27's maker-note decoders (the Nikon lens table among them) keep shared state:
+  // two threads decoding at once can read an empty lens name, so Exiv2 work is serialised.
+  static std::mutex exivMutex;
+  const std::lock_guard<std::mutex> lock(exivMutex);
   try {
     image->readMetadata();
   } catch (...) {
@@ -569,13 +573,7 @@ ExivResult readMetadata(Exiv2::Image::AutoPtr image, QVariantMap &dict) {
     result.pixelWidth = image->pixelWidth();
     result.pixelHeight = image->pixelHeight();
     result.hadExif = !image->exifData().empty();
-    {
-      // Exiv2 0.27's maker-note interpreters (the Nikon lens table among them) keep shared
-      // state: two threads printing them at once can read an empty lens name.
-      static std::mutex interpretMutex;
-      const std::lock_guard<std::mutex> lock(interpretMutex);
-      readExif(image->exifData(), dict);
-    }
+    readExif(image->exifData(), dict);
     readIptc(image->iptcData(), dict);
     readXmp(image->xmpData(), dict);
     if (image->imageType() == Exiv2::ImageType::jpeg) {
