@@ -65,20 +65,6 @@ void setAsideIfCorrupt(std::unique_ptr<QSettings> &store) {
 
 // The Mac's boolValue on text: true at the first "Y", "y", "T", "t" or digit 1-9 after
 // blanks, a sign and leading zeros.
-bool textIsTrue(const QString &text) {
-  qsizetype i = 0;
-  while (i < text.size() && text.at(i).isSpace())
-    ++i;
-  if (i < text.size() && (text.at(i) == QLatin1Char('+') || text.at(i) == QLatin1Char('-')))
-    ++i;
-  while (i < text.size() && text.at(i) == QLatin1Char('0'))
-    ++i;
-  if (i >= text.size())
-    return false;
-  const QChar c = text.at(i);
-  return c == QLatin1Char('Y') || c == QLatin1Char('y') || c == QLatin1Char('T') ||
-         c == QLatin1Char('t') || (c >= QLatin1Char('1') && c <= QLatin1Char('9'));
-}
 
 // Leading integer of a text ("12abc" -> 12, "3.7" -> 3), 0 when there is none.
 qint64 leadingInteger(const QString &text) {
@@ -201,6 +187,21 @@ bool synchronize() {
 QString filePath() {
   QMutexLocker locker(&storeLock());
   return openStore()->fileName();
+}
+
+bool textIsTrue(const QString &text) {
+  qsizetype i = 0;
+  while (i < text.size() && text.at(i).isSpace())
+    ++i;
+  if (i < text.size() && (text.at(i) == QLatin1Char('+') || text.at(i) == QLatin1Char('-')))
+    ++i;
+  while (i < text.size() && text.at(i) == QLatin1Char('0'))
+    ++i;
+  if (i >= text.size())
+    return false;
+  const QChar c = text.at(i);
+  return c == QLatin1Char('Y') || c == QLatin1Char('y') || c == QLatin1Char('T') ||
+         c == QLatin1Char('t') || (c >= QLatin1Char('1') && c <= QLatin1Char('9'));
 }
 
 } // namespace platform::Preferences

@@ -1,5 +1,7 @@
 #include "rename/BoxedValue.h"
 
+#include "platform/Preferences.h"
+
 #include <QVariantMap>
 
 #include <cmath>
@@ -90,19 +92,8 @@ qint32 intValue(const QVariant &value) {
 }
 
 bool boolValue(const QVariant &value) {
-  if (isText(value)) {
-    const QString text = value.toString();
-    qsizetype i = skipBlanks(text);
-    if (i < text.size() && (text.at(i) == QLatin1Char('-') || text.at(i) == QLatin1Char('+')))
-      ++i;
-    while (i < text.size() && text.at(i) == QLatin1Char('0'))
-      ++i;
-    if (i >= text.size())
-      return false;
-    const QChar c = text.at(i);
-    return c == QLatin1Char('Y') || c == QLatin1Char('y') || c == QLatin1Char('T') ||
-           c == QLatin1Char('t') || (c >= QLatin1Char('1') && c <= QLatin1Char('9'));
-  }
+  if (isText(value))
+    return platform::Preferences::textIsTrue(value.toString());
   if (!isNumber(value))
     return false;
   if (isFloating(value))
