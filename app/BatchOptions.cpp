@@ -1,6 +1,7 @@
 #include "app/BatchOptions.h"
 
 #include "app/AppDelegate.h"
+#include "app/CommandLine.h"
 #include "intake/AddPhotosConsole.h"
 #include "intake/AddPhotosVC.h"
 #include "platform/Files.h"
@@ -413,6 +414,26 @@ int buildBatch(const Parsed &parsed, QList<std::shared_ptr<PhotoFile>> *batch) {
   default:
     return 0;
   }
+}
+
+int parseAndBuildBatch(const QString &command, const QStringList &args,
+                       const QStringList &extraFlags, Parsed *parsed,
+                       QList<std::shared_ptr<PhotoFile>> *batch) {
+  QTextStream err(stderr);
+  QString error;
+  if (!parse(args, extraFlags, parsed, &error)) {
+    err << "quillmere: " << error << "\n";
+    return CommandLine::ExitUsage;
+  }
+  if (parsed->paths.isEmpty()) {
+    err << "quillmere: " << command << " needs at least one PATH\n" << CommandLine::usageText();
+    return CommandLine::ExitUsage;
+  }
+  err.flush();
+  if (const int status = buildBatch(*parsed, batch))
+    return status;
+  AppDelegate::shared()->arraySelectedImagesToProcess = *batch;
+  return 0;
 }
 
 } // namespace app::BatchOptions

@@ -38,4 +38,11 @@ QString helpText();
 // error. Returns 0, or 64 with the reason written when the add was refused.
 int buildBatch(const Parsed &parsed, QList<std::shared_ptr<PhotoFile>> *batch);
 
+// What preview and run both do first: parse args (extraFlags as above), require a PATH,
+// build the batch and make it the delegate's. Returns 0, or the exit status with the reason
+// written to standard error.
+int parseAndBuildBatch(const QString &command, const QStringList &args,
+                       const QStringList &extraFlags, Parsed *parsed,
+                       QList<std::shared_ptr<PhotoFile>> *batch);
+
 } // namespace app::BatchOptions

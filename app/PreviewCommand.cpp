@@ -31,22 +31,11 @@ int preview(const QStringList &args) {
       QStringLiteral("quillmere.*.debug=false\nquillmere.*.info=false"));
 
   BatchOptions::Parsed parsed;
-  QString error;
-  if (!BatchOptions::parse(args, {}, &parsed, &error)) {
-    err << "quillmere: " << error << "\n";
-    return CommandLine::ExitUsage;
-  }
-  if (parsed.paths.isEmpty()) {
-    err << "quillmere: preview needs at least one PATH\n" << CommandLine::usageText();
-    return CommandLine::ExitUsage;
-  }
-  err.flush();
-
-  AppDelegate *delegate = AppDelegate::shared();
   QList<std::shared_ptr<PhotoFile>> batch;
-  if (const int status = BatchOptions::buildBatch(parsed, &batch))
+  if (const int status =
+          BatchOptions::parseAndBuildBatch(QStringLiteral("preview"), args, {}, &parsed, &batch))
     return status;
-  delegate->arraySelectedImagesToProcess = batch;
+  AppDelegate *delegate = AppDelegate::shared();
 
   const PreviewResult result = computePreview(batch, RenameRules::fromSetting(*parsed.setting),
                                               delegate->arrFileFormatsSupported, *parsed.options);

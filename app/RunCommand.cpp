@@ -107,23 +107,12 @@ int run(const QStringList &args) {
       QStringLiteral("quillmere.*.debug=false\nquillmere.*.info=false"));
 
   BatchOptions::Parsed parsed;
-  QString error;
-  if (!BatchOptions::parse(args, {QStringLiteral("--yes"), QStringLiteral("--open")}, &parsed,
-                           &error)) {
-    err << "quillmere: " << error << "\n";
-    return CommandLine::ExitUsage;
-  }
-  if (parsed.paths.isEmpty()) {
-    err << "quillmere: run needs at least one PATH\n" << CommandLine::usageText();
-    return CommandLine::ExitUsage;
-  }
-  err.flush();
-
-  AppDelegate *delegate = AppDelegate::shared();
   QList<std::shared_ptr<PhotoFile>> batch;
-  if (const int status = BatchOptions::buildBatch(parsed, &batch))
+  if (const int status = BatchOptions::parseAndBuildBatch(
+          QStringLiteral("run"), args, {QStringLiteral("--yes"), QStringLiteral("--open")}, &parsed,
+          &batch))
     return status;
-  delegate->arraySelectedImagesToProcess = batch;
+  AppDelegate *delegate = AppDelegate::shared();
 
   const PreviewResult preview = computePreview(batch, RenameRules::fromSetting(*parsed.setting),
                                                delegate->arrFileFormatsSupported, *parsed.options);
