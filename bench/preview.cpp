@@ -1,6 +1,7 @@
 // Times the preview pass (new names, destination records, duplicate counts and the checks):
-// 1. over N synthetic photo records with every rename rule on except the taken date, the
-//    destination folder existing, so every record is tested on disk;
+// 1. over N synthetic photo records (hard links to an empty file, in folders of 10,000) with
+//    every rename rule on except the taken date, the destination folder existing, so every
+//    record is tested on disk;
 // 2. over M real files (hard links to the sample photos) with the taken-date stamp, which
 //    reads each file's capture date; the first pass fills the page cache, the second is
 //    reported (warm).
@@ -115,13 +116,25 @@ int main(int argc, char **argv) {
     QList<std::shared_ptr<PhotoFile>> batch;
     batch.reserve(records);
     const QDateTime base = QDateTime::fromSecsSinceEpoch(1700000000);
+    // Every record's source exists, as after adding: hard links to one empty file a folder,
+    // so a million of them cost directory entries only.
+    const QString card = work.filePath(QStringLiteral("card/DCIM/"));
+    for (int folder = 0; folder <= records / 10000; ++folder) {
+      QDir().mkpath(card + QString::number(100 + folder));
+      QFile(card + QStringLiteral("%1/.original").arg(100 + folder)).open(QIODevice::WriteOnly);
+    }
     for (int i = 0; i < records; ++i) {
       auto photo = std::make_shared<PhotoFile>();
       photo->fileName = QStringLiteral("IMG_%1.JPG").arg(i, 7, 10, QLatin1Char('0'));
       photo->fileExtension = QStringLiteral("JPG");
-      photo->filePath =
-          QStringLiteral("/media/card/DCIM/%1/").arg(100 + i / 10000) + photo->fileName;
+      photo->filePath = card + QStringLiteral("%1/").arg(100 + i / 10000) + photo->fileName;
       photo->fileURL = photo->filePath;
+      const QString original = card + QStringLiteral("%1/.original").arg(100 + i / 10000);
+      if (::link(QFile::encodeName(original).constData(),
+                 QFile::encodeName(photo->filePath).constData()) != 0) {
+        std::perror("link");
+        return 1;
+      }
       photo->fileCreationDate = base.addSecs(i);
       photo->fileModifiedDate = base.addSecs(i * 7);
       batch.append(photo);

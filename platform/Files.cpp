@@ -83,6 +83,28 @@ bool fileExists(const QString &path, bool *isDirectory) {
   return exists;
 }
 
+FolderProbe::FolderProbe(const QString &folder) : folder_(folder) {
+  // O_PATH needs no read permission, only search: exactly what a stat below it needs.
+  fd_ = ::open(encoded(folder.isEmpty() ? QStringLiteral("/") : folder).constData(),
+               O_PATH | O_DIRECTORY | O_CLOEXEC);
+  if (fd_ < 0)
+    nothingThere_ = errno == ENOENT || errno == ENOTDIR || errno == EACCES;
+}
+
+FolderProbe::~FolderProbe() {
+  if (fd_ >= 0)
+    ::close(fd_);
+}
+
+bool FolderProbe::exists(const QString &name) const {
+  if (name.isEmpty() || nothingThere_)
+    return false;
+  if (fd_ < 0) // any other failure to open: the whole path, as fileExists would
+    return fileExists(folder_ + QLatin1Char('/') + name);
+  struct stat info {};
+  return ::fstatat(fd_, encoded(name).constData(), &info, 0) == 0;
+}
+
 // Symbolic links are followed: the caller wants the photo, not the link.
 Attributes attributesOfItem(const QString &path) {
   Attributes attributes;

@@ -8,8 +8,8 @@ namespace platform::Files {
 
 struct Result {
   bool ok = true;
-  int code = 0;        // errno-like code where one is known
-  QString message;     // for the console line
+  int code = 0;    // errno-like code where one is known
+  QString message; // for the console line
   static Result success() { return {}; }
   static Result failure(int code, QString message) { return {false, code, std::move(message)}; }
 };
@@ -29,6 +29,26 @@ struct Attributes {
 bool fileExists(const QString &path);
 bool fileExists(const QString &path, bool *isDirectory);
 Attributes attributesOfItem(const QString &path);
+
+// Existence tests of many names in one folder: the folder is looked up once and each name
+// relative to it, so a batch of thousands of photos from one card folder costs one walk of
+// the folder's path instead of one per photo. The answers are those of fileExists.
+class FolderProbe {
+public:
+  explicit FolderProbe(const QString &folder);
+  ~FolderProbe();
+  FolderProbe(const FolderProbe &) = delete;
+  FolderProbe &operator=(const FolderProbe &) = delete;
+
+  const QString &folder() const { return folder_; }
+  // Whether folder + "/" + name exists; name is one path component.
+  bool exists(const QString &name) const;
+
+private:
+  QString folder_;
+  int fd_ = -1;
+  bool nothingThere_ = false; // the folder is missing, not a folder, or not searchable
+};
 
 // Sets modification and access times (and permissions when given); creation time cannot
 // be set on Linux file systems and is left alone.

@@ -1,10 +1,10 @@
 #include "rename/PreflightChecks.h"
 
 #include "platform/Files.h"
+#include "rename/BatchSlices.h"
 #include "rename/OutputPhotoPath.h"
 
-#include <algorithm>
-#include <thread>
+#include <memory>
 #include <vector>
 
 namespace {
@@ -16,26 +16,31 @@ bool decidedWithoutDisk(const OutputPhotoPath &record) {
          record.occurenceCount >= 2;
 }
 
-// Whether each record's source is gone, tested for the records that reach that rule. A large
-// batch is tested on several threads: the answers are the same, only sooner.
+// Whether each record's source is gone, tested for the records that reach that rule. A
+// batch comes folder by folder, so each run of sources from one folder is tested relative to
+// that folder; a large batch is tested on several threads. The answers are those of a stat
+// per source, only sooner.
 std::vector<char> sourcesMissing(const QList<std::shared_ptr<OutputPhotoPath>> &records) {
   std::vector<char> missing(static_cast<size_t>(records.size()), 0);
-  const auto test = [&records, &missing](qsizetype begin, qsizetype end) {
+  const auto test = [&records, &missing](int, qsizetype begin, qsizetype end) {
+    std::unique_ptr<platform::Files::FolderProbe> probe;
     for (qsizetype i = begin; i < end; ++i) {
       const OutputPhotoPath *record = records.at(i).get();
-      if (record && !decidedWithoutDisk(*record))
-        missing[size_t(i)] = !platform::Files::fileExists(record->oldFilePath);
+      if (!record || decidedWithoutDisk(*record))
+        continue;
+      const QString &path = record->oldFilePath;
+      const qsizetype slash = path.lastIndexOf(QLatin1Char('/'));
+      if (slash < 0 || slash == path.size() - 1) {
+        missing[size_t(i)] = !platform::Files::fileExists(path);
+        continue;
+      }
+      const QStringView folder = QStringView(path).left(slash);
+      if (!probe || probe->folder() != folder)
+        probe = std::make_unique<platform::Files::FolderProbe>(folder.toString());
+      missing[size_t(i)] = !probe->exists(path.mid(slash + 1));
     }
   };
-  const qsizetype count = records.size();
-  const int cores = int(std::max(1u, std::thread::hardware_concurrency()));
-  const int workers = int(std::clamp<qsizetype>(count / 20000, 1, std::min(cores, 4)));
-  std::vector<std::thread> threads;
-  for (int w = 1; w < workers; ++w)
-    threads.emplace_back(test, count * w / workers, count * (w + 1) / workers);
-  test(0, count / workers);
-  for (std::thread &thread : threads)
-    thread.join();
+  BatchSlices::run(records.size(), BatchSlices::sliceCount(records.size(), 20000), test);
   return missing;
 }
 

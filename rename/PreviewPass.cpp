@@ -6,6 +6,7 @@
 #include "platform/FolderListing.h"
 #include "platform/PathText.h"
 #include "rename/BatchRenameSetting.h"
+#include "rename/BatchSlices.h"
 #include "rename/BoxedValue.h"
 #include "rename/OutputOptionSettings.h"
 #include "rename/OutputPhotoPath.h"
@@ -15,10 +16,7 @@
 #include <QSet>
 #include <QThreadPool>
 
-#include <algorithm>
 #include <optional>
-#include <thread>
-#include <unordered_map>
 #include <vector>
 
 namespace {
@@ -94,14 +92,6 @@ void computeSlice(const QList<std::shared_ptr<PhotoFile>> &batch, const RenameRu
   slice->isRawFormatExist = engine.isRawFormatExist;
 }
 
-// Slices worth a thread of their own: the taken date reads every file, so even small
-// batches gain; plain string work only pays off for large ones.
-int workerCount(qsizetype photos, bool readsFiles) {
-  const qsizetype minimumPerWorker = readsFiles ? 8 : 20000;
-  const int cores = int(std::max(1u, std::thread::hardware_concurrency()));
-  return int(std::clamp<qsizetype>(photos / minimumPerWorker, 1, std::min(cores, 4)));
-}
-
 } // namespace
 
 PreviewResult computePreview(const QList<std::shared_ptr<PhotoFile>> &batch,
@@ -109,19 +99,16 @@ PreviewResult computePreview(const QList<std::shared_ptr<PhotoFile>> &batch,
                              const OutputOptionSettings &options) {
   const qsizetype count = batch.size();
   std::vector<std::shared_ptr<OutputPhotoPath>> paths(static_cast<size_t>(count));
-  const int workers = workerCount(count, rules.needsTakenDate());
+  // The taken date reads every file, so even small batches gain from threads; plain string
+  // work only pays off for large ones.
+  const int workers = BatchSlices::sliceCount(count, rules.needsTakenDate() ? 8 : 20000);
   std::vector<Slice> slices(static_cast<size_t>(workers));
-  for (int w = 0; w < workers; ++w) {
-    slices[size_t(w)].begin = count * w / workers;
-    slices[size_t(w)].end = count * (w + 1) / workers;
-  }
-  std::vector<std::thread> threads;
-  for (int w = 1; w < workers; ++w)
-    threads.emplace_back(computeSlice, std::cref(batch), std::cref(rules), std::cref(formats),
-                         std::cref(options), &slices[size_t(w)], &paths);
-  computeSlice(batch, rules, formats, options, &slices[0], &paths);
-  for (std::thread &thread : threads)
-    thread.join();
+  BatchSlices::run(count, workers, [&](int s, qsizetype begin, qsizetype end) {
+    Slice &slice = slices[size_t(s)];
+    slice.begin = begin;
+    slice.end = end;
+    computeSlice(batch, rules, formats, options, &slice, &paths);
+  });
 
   PreviewResult result;
   result.paths = QList<std::shared_ptr<OutputPhotoPath>>(std::make_move_iterator(paths.begin()),
@@ -135,18 +122,54 @@ PreviewResult computePreview(const QList<std::shared_ptr<PhotoFile>> &batch,
 }
 
 void countOccurences(const QList<std::shared_ptr<OutputPhotoPath>> &records) {
-  // Node-based: a count stays where it was made, so the second walk needs no lookup.
-  std::unordered_map<QString, qint32> counts;
-  counts.reserve(size_t(records.size()));
-  std::vector<qint32 *> slots;
-  slots.reserve(size_t(records.size()));
-  for (const std::shared_ptr<OutputPhotoPath> &record : records) {
-    qint32 &count = counts[record->filePath];
-    ++count;
-    slots.push_back(&count);
+  // Equal paths have equal hashes, so records split by hash into shards that are counted
+  // apart, each on its own thread, in open-addressed tables of record indexes.
+  const qsizetype n = records.size();
+  std::vector<size_t> hashes(size_t(n), 0);
+  const int shards = BatchSlices::sliceCount(n, 50000);
+  BatchSlices::run(n, shards, [&](int, qsizetype begin, qsizetype end) {
+    for (qsizetype i = begin; i < end; ++i)
+      hashes[size_t(i)] = records.at(i) ? qHash(records.at(i)->filePath) : 0;
+  });
+  // first[i]: the index of the first record with record i's path; counts kept at that index.
+  std::vector<qint32> first(size_t(n), -1);
+  std::vector<qint32> counts(size_t(n), 0);
+  BatchSlices::run(shards, shards, [&](int, qsizetype shardBegin, qsizetype shardEnd) {
+    for (qsizetype shard = shardBegin; shard < shardEnd; ++shard) {
+      size_t members = 0;
+      for (qsizetype i = 0; i < n; ++i)
+        members += records.at(i) && qsizetype(hashes[size_t(i)] % size_t(shards)) == shard;
+      size_t capacity = 16;
+      while (capacity < members * 2)
+        capacity *= 2;
+      std::vector<qint32> table(capacity, -1);
+      for (qsizetype i = 0; i < n; ++i) {
+        const size_t hash = hashes[size_t(i)];
+        if (!records.at(i) || qsizetype(hash % size_t(shards)) != shard)
+          continue;
+        // The shard's own bits are the same in every member: probe with the others.
+        size_t slot = (hash / size_t(shards)) & (capacity - 1);
+        for (;; slot = (slot + 1) & (capacity - 1)) {
+          const qint32 held = table[slot];
+          if (held < 0) {
+            table[slot] = qint32(i);
+            first[size_t(i)] = qint32(i);
+            break;
+          }
+          if (hashes[size_t(held)] == hash &&
+              records.at(held)->filePath == records.at(i)->filePath) {
+            first[size_t(i)] = held;
+            break;
+          }
+        }
+        ++counts[size_t(first[size_t(i)])];
+      }
+    }
+  });
+  for (qsizetype i = 0; i < n; ++i) {
+    if (records.at(i))
+      records.at(i)->occurenceCount = counts[size_t(first[size_t(i)])];
   }
-  for (qsizetype i = 0; i < records.size(); ++i)
-    records.at(i)->occurenceCount = *slots[size_t(i)];
 }
 
 RenamePreviewController::RenamePreviewController(AppDelegate *delegate, QObject *parent)

@@ -69,7 +69,23 @@ RenameEngine::RenameEngine(const RenameRules &rules, const QStringList &formats)
     : rules_(rules), formats_(formats), removedCharacters_(rules.chars.toUcs4()),
       datePattern_(datePatternForFormat(rules.dateFormat)),
       dayPattern_(datePattern_.section(QLatin1Char(' '), 0, 0)),
-      timePattern_(datePattern_.section(QLatin1Char(' '), 1)) {}
+      timePattern_(datePattern_.section(QLatin1Char(' '), 1)) {
+  // "hh:mm:s": each field between the colons reads one clock value.
+  if (!timePattern_.isEmpty()) {
+    for (const QString &field : timePattern_.split(QLatin1Char(':'))) {
+      const QChar letter = field.isEmpty() ? QChar() : field.at(0);
+      const int unit = QStringLiteral("hHkK").contains(letter) ? 0
+                       : letter == QLatin1Char('m')            ? 1
+                       : letter == QLatin1Char('s')            ? 2
+                                                               : -1;
+      if (unit < 0 || field.count(letter) != field.size()) {
+        timeFields_.clear();
+        break;
+      }
+      timeFields_.append({field, unit, {}});
+    }
+  }
+}
 
 RenameEngine::RenameEngine(const BatchRenameSetting &setting, const QStringList &formats)
     : RenameEngine(RenameRules::fromSetting(setting), formats) {}
@@ -104,6 +120,24 @@ QString RenameEngine::cachedDateText(const QDateTime &date) {
   }
   if (timePattern_.isEmpty())
     return cachedDayText_;
+  if (!timeFields_.isEmpty()) {
+    // Each field's text is made once per value of its clock reading, so a batch whose times
+    // are all different still formats at most 24 + 60 + 60 texts.
+    const QTime time = local.time();
+    QString out = cachedDayText_;
+    for (qsizetype k = 0; k < timeFields_.size(); ++k) {
+      TimeField &field = timeFields_[k];
+      const int value = field.unit == 0   ? time.hour()
+                        : field.unit == 1 ? time.minute()
+                                          : time.second();
+      auto text = field.texts.constFind(value);
+      if (text == field.texts.cend())
+        text = field.texts.insert(value, dateText(date, field.pattern));
+      out += k == 0 ? QLatin1Char(' ') : QLatin1Char(':');
+      out += text.value();
+    }
+    return out;
+  }
   const int second = local.time().msecsSinceStartOfDay() / 1000;
   auto text = timeTexts_.constFind(second);
   if (text == timeTexts_.cend())
@@ -175,11 +209,16 @@ QString RenameEngine::newName(const RenameSubject &subject, quint32 index) {
     putAt(name, r.dateAs, stampText(subject));
 
   if (r.folderOn) {
-    const QString folderPath =
-        platform::PathText::stringByDeletingLastPathComponent(subject.filePath);
-    if (folderPath != lastFolderPath_) {
-      lastFolderName_ = platform::PathText::lastPathComponent(folderPath);
-      lastFolderPath_ = folderPath;
+    // The same text up to the last "/" is the same folder: only a new one is worked out.
+    const QString &path = subject.filePath;
+    const qsizetype slash = path.lastIndexOf(QLatin1Char('/'));
+    const bool sameFolder = slash >= 0 && slash < path.size() - 1 &&
+                            slash + 1 == lastFolderPrefix_.size() &&
+                            QStringView(path).left(slash + 1) == lastFolderPrefix_;
+    if (!sameFolder) {
+      lastFolderName_ = platform::PathText::lastPathComponent(
+          platform::PathText::stringByDeletingLastPathComponent(path));
+      lastFolderPrefix_ = slash >= 0 && slash < path.size() - 1 ? path.left(slash + 1) : QString();
     }
     putAt(name, r.folderAs, lastFolderName_);
   }

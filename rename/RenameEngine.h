@@ -112,8 +112,9 @@ private:
   RenameRules rules_;
   QStringList formats_;
   QList<uint> removedCharacters_; // the code points of "Chars", read once
-  // The folder name of the last photo's folder: a batch comes folder by folder.
-  QString lastFolderPath_;
+  // The folder name of the last photo's folder: a batch comes folder by folder. The prefix
+  // is that photo's path up to and with its last "/".
+  QString lastFolderPrefix_;
   QString lastFolderName_;
   QString datePattern_;
   // The stamp is a date part and an optional time part that read separate fields (day,
@@ -124,4 +125,12 @@ private:
   QDate cachedDay_;
   QString cachedDayText_;
   QHash<int, QString> timeTexts_;
+  // The time part's fields between ":" ("hh", "mm", "s") with the texts made so far by the
+  // value of the clock reading each one shows (unit 0 hour, 1 minute, 2 second).
+  struct TimeField {
+    QString pattern;
+    int unit = 0;
+    QHash<int, QString> texts;
+  };
+  QList<TimeField> timeFields_;
 };
