@@ -6,6 +6,8 @@
 #include <QString>
 #include <QVariantMap>
 
+#include "platform/EncodedFile.h"
+
 #include <optional>
 
 #include <vips/vips8>
@@ -45,6 +47,10 @@ public:
   // photos converted, alpha kept), so every encoder takes it. Camera RAW files are
   // developed by the RAW decoder. None when the file cannot be decoded.
   std::optional<vips::VImage> getImageWithFixedOrientionFromUrl(const QString &path);
+  // The same photo not yet decoded: its pixels are read, once and in order, by whatever
+  // takes them (an encoder streams it straight from the file). None when the file cannot be
+  // opened; a damaged one fails when read.
+  std::optional<vips::VImage> uprightImageFromUrl(const QString &path);
   // A grey image made three-band RGB of the same pixel size.
   std::optional<vips::VImage> convertGraycolorModelToRgb(const vips::VImage &image);
   // The picture's pixel size as seen upright; (0, 0) when the file states none.
@@ -84,6 +90,17 @@ public:
   // horizontal predictor; GIF palette effort 1-10; no effect on the other types).
   static bool encodeImage(const vips::VImage &image, const QString &path, int repType, float factor,
                           int compressionLevel, QString *reason = nullptr);
+  // The file encodeImage writes, in memory; none (with *reason) when it cannot be encoded.
+  static std::optional<EncodedFile> encodeImageToBuffer(const vips::VImage &image, int repType,
+                                                        float factor, int compressionLevel,
+                                                        QString *reason = nullptr);
+  // The encoded file with the properties of the source file sourcePath carried into it (not
+  // for GIF and BMP), "Orientation" 1 when automatic correction is on: what
+  // saveImageInSelectedFormat writes, in memory, so it can be made ahead of its turn.
+  std::optional<EncodedFile> encodeWithProperties(int repType, const vips::VImage &bitmap,
+                                                  const QVariantMap &exifDict, float factor,
+                                                  int compressionLevel, const QString &sourcePath,
+                                                  QString *reason = nullptr);
   // The properties dictionary of image 0 of the file; empty when it cannot be opened.
   QVariantMap getImageeExifDict(const QString &path);
   // The image as the encoders take it (8-bit sRGB, alpha kept).

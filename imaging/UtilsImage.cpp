@@ -112,30 +112,47 @@ std::optional<VImage> Utils::toEightBitRgb(const VImage &image) {
 }
 
 std::optional<VImage> Utils::getImageWithFixedOrientionFromUrl(const QString &path) {
-  const std::shared_ptr<ExifInfo> info = ExifInfo::initWithFile(path);
-  std::optional<VImage> image;
-  if (platform::RawDecoder::isRawExtension(QFileInfo(path).suffix())) {
-    image = platform::RawDecoder::decode(path);
-  } else {
-    const QSizeF size = getImageOriginalSizeAtFilePathUrl(path);
-    image = ImageProcessing::getImageFromFile(path, float(size.width()), float(size.height()));
-  }
+  std::optional<VImage> image = uprightImageFromUrl(path);
   if (!image)
     return std::nullopt;
-  if (info && info->colorModel == QLatin1String("Gray")) {
-    if (auto rgb = convertGraycolorModelToRgb(*image))
-      image = rgb;
-  }
-  // Decoded now (a no-op for pixels already in memory), so a damaged file fails here rather
-  // than inside an encoder, and a photo decoded ahead is really decoded.
-  std::optional<VImage> rgb = toEightBitRgb(*image);
-  if (!rgb)
-    return std::nullopt;
+  // Decoded now, so a damaged file fails here rather than inside an encoder, and a photo
+  // decoded ahead is really decoded.
   try {
-    return rgb->copy_memory();
+    return image->copy_memory();
   } catch (const vips::VError &) {
     return std::nullopt;
   }
+}
+
+std::optional<VImage> Utils::uprightImageFromUrl(const QString &path) {
+  // One reading of the file's properties serves every step. The photo is decoded at its full
+  // upright size, which is the width-fitted size the properties give, so the file's size
+  // need not be looked up again.
+  const std::shared_ptr<ExifInfo> info = ExifInfo::initWithFile(path);
+  VImage image;
+  try {
+    if (platform::RawDecoder::isRawExtension(QFileInfo(path).suffix())) {
+      std::optional<VImage> developed = platform::RawDecoder::decode(path);
+      if (!developed)
+        return std::nullopt;
+      image = *developed;
+    } else {
+      // Read once from start to end, straight into whatever takes the pixels; a photo to be
+      // turned needs all of them first.
+      image = VImage::new_from_file(fileName(path).constData(),
+                                    VImage::option()->set("access", VIPS_ACCESS_SEQUENTIAL));
+      if (info && info->orientation != 1 && vips_image_get_orientation(image.get_image()) > 1)
+        image = image.copy_memory().autorot();
+    }
+  } catch (const vips::VError &) {
+    std::fputs("Image source is NULL.\n", stderr);
+    return std::nullopt;
+  }
+  if (info && info->colorModel == QLatin1String("Gray")) {
+    if (auto rgb = convertGraycolorModelToRgb(image))
+      image = *rgb;
+  }
+  return toEightBitRgb(image);
 }
 
 std::optional<VImage> Utils::convertGraycolorModelToRgb(const VImage &image) {

@@ -4,6 +4,10 @@
 
 #include <QFile>
 
+#include <memory>
+#include <stdexcept>
+#include <utility>
+
 #include <exiv2/exiv2.hpp>
 
 namespace platform::MetadataCopy {
@@ -50,6 +54,62 @@ bool describesSourcePixels(const Exiv2::Exifdatum &datum) {
 
 } // namespace
 
+namespace {
+
+// The source's metadata made fit for an output of the given size; false when the source has
+// none that Exiv2 can read. Other Exiv2 failures are thrown.
+bool carriedMetadata(const QString &source, const Options &options, Exiv2::ExifData *exif,
+                     Exiv2::IptcData *iptc, Exiv2::XmpData *xmp) {
+  try {
+    Exiv2::Image::AutoPtr in = Exiv2::ImageFactory::open(nativePath(source));
+    in->readMetadata();
+    *exif = in->exifData();
+    *iptc = in->iptcData();
+    *xmp = in->xmpData();
+  } catch (const std::exception &) {
+    return false;
+  }
+  Exiv2::ExifThumb(*exif).erase();
+  for (auto it = exif->begin(); it != exif->end();) {
+    if (describesSourcePixels(*it))
+      it = exif->erase(it);
+    else
+      ++it;
+  }
+  if (options.resetOrientation) {
+    (*exif)["Exif.Image.Orientation"] = uint16_t(1);
+    if (!xmp->empty())
+      (*xmp)["Xmp.tiff.Orientation"] = "1";
+  }
+  if (options.pixelWidth > 0 && options.pixelHeight > 0) {
+    if (exif->findKey(Exiv2::ExifKey("Exif.Photo.PixelXDimension")) != exif->end() ||
+        exif->findKey(Exiv2::ExifKey("Exif.Photo.PixelYDimension")) != exif->end()) {
+      (*exif)["Exif.Photo.PixelXDimension"] = uint32_t(options.pixelWidth);
+      (*exif)["Exif.Photo.PixelYDimension"] = uint32_t(options.pixelHeight);
+    }
+    if (xmp->findKey(Exiv2::XmpKey("Xmp.exif.PixelXDimension")) != xmp->end()) {
+      (*xmp)["Xmp.exif.PixelXDimension"] = std::to_string(options.pixelWidth);
+      (*xmp)["Xmp.exif.PixelYDimension"] = std::to_string(options.pixelHeight);
+    }
+    if (xmp->findKey(Exiv2::XmpKey("Xmp.tiff.ImageWidth")) != xmp->end()) {
+      (*xmp)["Xmp.tiff.ImageWidth"] = std::to_string(options.pixelWidth);
+      (*xmp)["Xmp.tiff.ImageLength"] = std::to_string(options.pixelHeight);
+    }
+  }
+  return true;
+}
+
+void replaceMetadata(Exiv2::Image &out, const Exiv2::ExifData &exif, const Exiv2::IptcData &iptc,
+                     const Exiv2::XmpData &xmp) {
+  out.readMetadata();
+  out.setExifData(exif);
+  out.setIptcData(iptc);
+  out.setXmpData(xmp);
+  out.writeMetadata();
+}
+
+} // namespace
+
 bool copy(const QString &source, const QString &destination, const Options &options,
           QString *reason) {
   ensureExiv2Initialized();
@@ -57,49 +117,44 @@ bool copy(const QString &source, const QString &destination, const Options &opti
   Exiv2::IptcData iptc;
   Exiv2::XmpData xmp;
   try {
-    Exiv2::Image::AutoPtr in = Exiv2::ImageFactory::open(nativePath(source));
-    in->readMetadata();
-    exif = in->exifData();
-    iptc = in->iptcData();
-    xmp = in->xmpData();
-  } catch (const std::exception &) {
     // Nothing readable to carry: the output simply goes without.
-    return true;
-  }
-  try {
-    Exiv2::ExifThumb(exif).erase();
-    for (auto it = exif.begin(); it != exif.end();) {
-      if (describesSourcePixels(*it))
-        it = exif.erase(it);
-      else
-        ++it;
-    }
-    if (options.resetOrientation) {
-      exif["Exif.Image.Orientation"] = uint16_t(1);
-      if (!xmp.empty())
-        xmp["Xmp.tiff.Orientation"] = "1";
-    }
-    if (options.pixelWidth > 0 && options.pixelHeight > 0) {
-      if (exif.findKey(Exiv2::ExifKey("Exif.Photo.PixelXDimension")) != exif.end() ||
-          exif.findKey(Exiv2::ExifKey("Exif.Photo.PixelYDimension")) != exif.end()) {
-        exif["Exif.Photo.PixelXDimension"] = uint32_t(options.pixelWidth);
-        exif["Exif.Photo.PixelYDimension"] = uint32_t(options.pixelHeight);
-      }
-      if (xmp.findKey(Exiv2::XmpKey("Xmp.exif.PixelXDimension")) != xmp.end()) {
-        xmp["Xmp.exif.PixelXDimension"] = std::to_string(options.pixelWidth);
-        xmp["Xmp.exif.PixelYDimension"] = std::to_string(options.pixelHeight);
-      }
-      if (xmp.findKey(Exiv2::XmpKey("Xmp.tiff.ImageWidth")) != xmp.end()) {
-        xmp["Xmp.tiff.ImageWidth"] = std::to_string(options.pixelWidth);
-        xmp["Xmp.tiff.ImageLength"] = std::to_string(options.pixelHeight);
-      }
-    }
+    if (!carriedMetadata(source, options, &exif, &iptc, &xmp))
+      return true;
     Exiv2::Image::AutoPtr out = Exiv2::ImageFactory::open(nativePath(destination));
-    out->readMetadata();
-    out->setExifData(exif);
-    out->setIptcData(iptc);
-    out->setXmpData(xmp);
-    out->writeMetadata();
+    replaceMetadata(*out, exif, iptc, xmp);
+    return true;
+  } catch (const std::exception &error) {
+    if (reason)
+      *reason = QString::fromLocal8Bit(error.what());
+    return false;
+  }
+}
+
+bool copyIntoEncoded(const QString &source, EncodedFile *encoded, const Options &options,
+                     QString *reason) {
+  ensureExiv2Initialized();
+  Exiv2::ExifData exif;
+  Exiv2::IptcData iptc;
+  Exiv2::XmpData xmp;
+  try {
+    if (!carriedMetadata(source, options, &exif, &iptc, &xmp))
+      return true;
+    const QByteArrayView bytes = encoded->bytes();
+    std::shared_ptr<Exiv2::Image> out(
+        Exiv2::ImageFactory::open(reinterpret_cast<const Exiv2::byte *>(bytes.data()),
+                                  long(bytes.size()))
+            .release());
+    replaceMetadata(*out, exif, iptc, xmp);
+    // The rewritten file stays in the writer's memory, which the result keeps alive, with
+    // the encoder's bytes in case the writer still refers to them.
+    Exiv2::BasicIo &io = out->io();
+    const long size = io.size();
+    const Exiv2::byte *data = io.mmap();
+    if (!data && size > 0)
+      throw std::runtime_error("the rewritten file cannot be read back");
+    auto owner = std::make_shared<std::pair<std::shared_ptr<Exiv2::Image>, EncodedFile>>(
+        std::move(out), *encoded);
+    *encoded = EncodedFile(owner, reinterpret_cast<const char *>(data), qsizetype(size));
     return true;
   } catch (const std::exception &error) {
     if (reason)

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/EncodedFile.h"
+
 #include <QString>
 
 // Carries a photo's EXIF, IPTC and XMP from its source file into a freshly encoded output
@@ -17,6 +19,10 @@ struct Options {
 // readable metadata is not an error: there is simply nothing to carry.
 bool copy(const QString &source, const QString &destination, const Options &options,
           QString *reason = nullptr);
+// The same for an output still in memory, replaced by the rewritten file, so the file is
+// written once, metadata and all.
+bool copyIntoEncoded(const QString &source, EncodedFile *encoded, const Options &options,
+                     QString *reason = nullptr);
 
 // Test and diagnosis helper: the text value of one Exiv2 key ("Exif.Image.Orientation",
 // "Xmp.tiff.Orientation", "Iptc.Application2.Keywords"), empty when absent or unreadable.

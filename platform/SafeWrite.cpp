@@ -37,7 +37,47 @@ unsigned newFileMode() {
   return mode;
 }
 
+namespace {
+
+// Writes all of bytes to fd; false (with errno set) on any short write.
+bool writeAll(int fd, QByteArrayView bytes) {
+  const char *data = bytes.data();
+  qsizetype left = bytes.size();
+  while (left > 0) {
+    const ssize_t written = ::write(fd, data, size_t(left));
+    if (written < 0 && errno == EINTR)
+      continue;
+    if (written <= 0) {
+      if (written == 0)
+        errno = EIO;
+      return false;
+    }
+    data += written;
+    left -= written;
+  }
+  return true;
+}
+
+// Writes bytes to fd and closes it; close reports the write-back errors of some file systems
+// (NFS, full quotas).
+bool writeAndClose(int fd, QByteArrayView bytes, QString *reason) {
+  const bool written = writeAll(fd, bytes);
+  const int writeError = errno;
+  const bool closed = ::close(fd) == 0;
+  if (written && closed)
+    return true;
+  if (reason)
+    *reason = errorText(written ? errno : writeError);
+  return false;
+}
+
+} // namespace
+
 QString createTemporaryFile(const QString &folder, QString *reason) {
+  return writeTemporaryFile(folder, QByteArrayView(), reason);
+}
+
+QString writeTemporaryFile(const QString &folder, QByteArrayView bytes, QString *reason) {
   static std::atomic<unsigned> counter{0};
   const unsigned mode = newFileMode();
   for (int attempt = 0; attempt < 100; ++attempt) {
@@ -46,20 +86,32 @@ QString createTemporaryFile(const QString &folder, QString *reason) {
                              .arg(qint64(::getpid()))
                              .arg(counter.fetch_add(1));
     const int fd = ::open(native(path).constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-    if (fd >= 0) {
-      ::close(fd);
-      ::chmod(native(path).constData(), mode);
-      return path;
-    }
-    if (errno != EEXIST) {
+    if (fd < 0 && errno == EEXIST)
+      continue;
+    if (fd < 0) {
       if (reason)
         *reason = errorText(errno);
       return {};
     }
+    ::fchmod(fd, mode);
+    if (writeAndClose(fd, bytes, reason))
+      return path;
+    ::unlink(native(path).constData());
+    return {};
   }
   if (reason)
     *reason = QStringLiteral("no free temporary name");
   return {};
+}
+
+bool writeFile(const QString &path, QByteArrayView bytes, QString *reason) {
+  const int fd = ::open(native(path).constData(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+  if (fd < 0) {
+    if (reason)
+      *reason = errorText(errno);
+    return false;
+  }
+  return writeAndClose(fd, bytes, reason);
 }
 
 bool commit(const QString &temporary, const QString &finalPath, bool replace, QString *reason,

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QByteArrayView>
 #include <QString>
 
 // Writing an output so that no file ever carries its final name half-written: the data goes
@@ -11,6 +12,13 @@ namespace platform::SafeWrite {
 // Creates an empty temporary file in folder with mode 0666 less the umask (what a plain new
 // file gets, unlike the 0600 of mkstemp). Empty result (with *reason) on failure.
 QString createTemporaryFile(const QString &folder, QString *reason = nullptr);
+// The same temporary file holding bytes; empty result (with *reason, and no file left) when
+// they could not all be written, as on a full disk.
+QString writeTemporaryFile(const QString &folder, QByteArrayView bytes, QString *reason = nullptr);
+
+// bytes as the whole content of path (created or truncated); false (with *reason) when they
+// could not all be written.
+bool writeFile(const QString &path, QByteArrayView bytes, QString *reason = nullptr);
 
 // Moves temporary into place as finalPath, first giving it mode 0666 less the umask (a
 // rewrite by a metadata library may have changed it). With replace off, an existing

@@ -5,9 +5,9 @@
 // The desktop around the application. Each call reports whether it worked.
 namespace platform::Workspace {
 
-bool openPath(const QString &path);          // default application for a file or folder
+bool openPath(const QString &path);            // default application for a file or folder
 bool revealInFileManager(const QString &path); // FileManager1 over D-Bus, else open the folder
-bool showProperties(const QString &path);    // FileManager1.ShowItemProperties where available
+bool showProperties(const QString &path);      // FileManager1.ShowItemProperties where available
 
 // Keeps the display awake while alive (org.freedesktop.ScreenSaver.Inhibit).
 class DisplayAwakeAssertion {

@@ -7,6 +7,7 @@
 #include "imaging/Utils.h"
 #include "intake/PhotoFile.h"
 #include "platform/Files.h"
+#include "platform/MemoryTuning.h"
 #include "platform/SafeWrite.h"
 #include "platform/SystemInfo.h"
 #include "platform/Workspace.h"
@@ -17,9 +18,12 @@
 #include <QSet>
 #include <QThread>
 
+#include <QThreadPool>
+
 #include <cerrno>
 #include <cmath>
 #include <cstdio>
+#include <deque>
 #include <future>
 
 Q_LOGGING_CATEGORY(lcProcessing, "quillmere.processing")
@@ -31,6 +35,7 @@ const QString kStartPattern = QStringLiteral("MM-dd-YYYY hh:mm:s a");
 } // namespace
 
 BatchRun::BatchRun(AppDelegate *delegate, QObject *parent) : QObject(parent), delegate_(delegate) {
+  platform::MemoryTuning::reuseLargeBuffers();
   freeSpaceReader = [](const QString &path) { return platform::Files::freeSpaceForPath(path); };
   totalSpaceReader = [](const QString &path) { return platform::Files::totalSpaceForPath(path); };
   scaleFactorReader = [] { return platform::SystemInfo::backingScaleFactor(); };
@@ -146,31 +151,95 @@ void BatchRun::processFilesInBatch(QList<std::shared_ptr<PhotoFile>> batch) {
 
 void BatchRun::runLoop(const QList<std::shared_ptr<PhotoFile>> &batch, qint64 start) {
   bool brokeOnFlag = false;
-  const bool prefetch = prefetchNextPhoto && mayPrefetch(batch);
-  auto load = [](const QString &path) {
-    return Utils::sharedUtils().getImageWithFixedOrientionFromUrl(path);
+  // Photos are made ready ahead of their turn, each on a worker of its own, as many at once
+  // as there are cores: decoded and, for most outputs, encoded in memory. Their writes, the
+  // checks before them and their reports stay in batch order on this thread.
+  const int ahead =
+      prefetchNextPhoto && mayPrefetch(batch) ? std::max(1, QThread::idealThreadCount()) : 0;
+  // A photo shrunk for the screen's scale in its turn cannot be encoded before it.
+  const bool encode = ahead > 0 && (!scaleFactorReader || int(scaleFactorReader()) < 2);
+  const SkipLookup skips = skipLookup();
+  QThreadPool workers;
+  workers.setMaxThreadCount(std::max(1, ahead));
+  std::deque<std::future<PreparedPhoto>> window; // photos next - window.size() ... next - 1
+  qint64 next = start;
+  const auto topUp = [&](qint64 upTo) {
+    for (; next < batch.size() && next <= upTo; ++next) {
+      auto task = std::make_shared<std::packaged_task<PreparedPhoto()>>(
+          [this, &skips, photo = batch.at(next), index = next, encode] {
+            return preparePhoto(photo, index, skips, encode);
+          });
+      window.push_back(task->get_future());
+      workers.start([task] { (*task)(); });
+    }
   };
-  std::future<std::optional<vips::VImage>> next;
+  topUp(start + ahead - 1);
   for (qint64 i = start; i < batch.size(); ++i) {
-    // A cleared run flag passes over every photo left; stopping here is the same. A photo
-    // decoded ahead is simply dropped.
+    // A cleared run flag passes over every photo left; stopping here is the same. Photos
+    // made ready ahead are simply dropped.
     if (!delegate_->isPHOTOS_PROCESSING_IN_PROGERESS) {
       brokeOnFlag = true;
       break;
     }
     const std::shared_ptr<PhotoFile> &photo = batch.at(i);
-    std::optional<vips::VImage> image;
-    if (next.valid())
-      image = next.get();
-    else if (photo)
-      image = load(photo->fileURL);
-    if (prefetch && i + 1 < batch.size() && batch.at(i + 1))
-      next = std::async(std::launch::async, load, batch.at(i + 1)->fileURL);
-    processFileFromBunch(photo, i, std::move(image));
+    PreparedPhoto prepared;
+    if (!window.empty()) {
+      prepared = window.front().get();
+      window.pop_front();
+    } else {
+      prepared = preparePhoto(photo, i, skips, false);
+    }
+    topUp(i + ahead);
+    processFileFromBunch(photo, i, std::move(prepared), skips);
   }
-  if (next.valid())
-    next.wait();
+  workers.waitForDone();
+  window.clear();
   runOnOwnerThread([this, brokeOnFlag] { loopFinished(brokeOnFlag); });
+}
+
+BatchRun::SkipLookup BatchRun::skipLookup() const {
+  const auto set = [](const QStringList &list) { return QSet<QString>(list.begin(), list.end()); };
+  return {set(arrayEmptyNames), set(arrayInvalidFileName), set(arrayDuplicateNames),
+          set(arrayFileNotFound), set(arrayFileAlreadyExists)};
+}
+
+bool BatchRun::SkipLookup::passesOver(const QString &sourcePath, const QString &newPath) const {
+  return notFound.contains(sourcePath) || duplicate.contains(newPath) ||
+         invalid.contains(newPath) || empty.contains(newPath) || alreadyExists.contains(newPath);
+}
+
+QString BatchRun::destinationPathAt(qint64 index) const {
+  const auto &destinations = delegate_->arrayDestinationPaths;
+  if (index < destinations.size() && destinations.at(index))
+    return destinations.at(index)->filePath;
+  return QString();
+}
+
+BatchRun::PreparedPhoto BatchRun::preparePhoto(const std::shared_ptr<PhotoFile> &photo,
+                                               qint64 index, const SkipLookup &skips,
+                                               bool encode) const {
+  PreparedPhoto prepared;
+  if (!photo)
+    return prepared;
+  const QString newPath = destinationPathAt(index);
+  // A photo that its checks pass over is not read at all.
+  if (skips.passesOver(photo->filePath, newPath))
+    return prepared;
+  if (encode) {
+    // Streamed from the file into the encoder: no copy of the pixels is kept.
+    const int repType = representationType(
+        settings.outputFormat, delegate_->arrFileFormatsSupported, photo->fileExtension);
+    if (std::optional<vips::VImage> image =
+            Utils::sharedUtils().uprightImageFromUrl(photo->fileURL))
+      prepared.encoded = writer_.encodeAhead(*image, newPath, repType, *photo);
+    if (prepared.encoded) {
+      prepared.image = vips::VImage();
+      return prepared;
+    }
+  }
+  // Decoded whole for its turn, where a damaged file fails as it always has.
+  prepared.image = Utils::sharedUtils().getImageWithFixedOrientionFromUrl(photo->fileURL);
+  return prepared;
 }
 
 bool BatchRun::mayPrefetch(const QList<std::shared_ptr<PhotoFile>> &batch) const {
@@ -227,18 +296,17 @@ int BatchRun::representationType(qint32 outputFormat, const QStringList &formats
 void BatchRun::processFileFromBunch(const std::shared_ptr<PhotoFile> &photo, qint64 index) {
   if (!photo)
     return;
-  processFileFromBunch(photo, index,
-                       Utils::sharedUtils().getImageWithFixedOrientionFromUrl(photo->fileURL));
+  PreparedPhoto prepared;
+  prepared.image = Utils::sharedUtils().getImageWithFixedOrientionFromUrl(photo->fileURL);
+  processFileFromBunch(photo, index, std::move(prepared), skipLookup());
 }
 
 void BatchRun::processFileFromBunch(const std::shared_ptr<PhotoFile> &photo, qint64 index,
-                                    std::optional<vips::VImage> image) {
+                                    PreparedPhoto prepared, const SkipLookup &skips) {
   if (!photo)
     return;
 
-  QString newPath;
-  if (index < delegate_->arrayDestinationPaths.size() && delegate_->arrayDestinationPaths.at(index))
-    newPath = delegate_->arrayDestinationPaths.at(index)->filePath;
+  const QString newPath = destinationPathAt(index);
 
   auto report = [this](qint32 status, const QString &message, bool written, bool produced) {
     runOnOwnerThread([=, this] {
@@ -250,10 +318,10 @@ void BatchRun::processFileFromBunch(const std::shared_ptr<PhotoFile> &photo, qin
     report(3, QStringLiteral("File already exists in destination folder"), false, false);
     return;
   }
-  const bool notFound = arrayFileNotFound.contains(photo->filePath);
-  const bool duplicate = arrayDuplicateNames.contains(newPath);
-  const bool invalid = arrayInvalidFileName.contains(newPath);
-  const bool empty = arrayEmptyNames.contains(newPath);
+  const bool notFound = skips.notFound.contains(photo->filePath);
+  const bool duplicate = skips.duplicate.contains(newPath);
+  const bool invalid = skips.invalid.contains(newPath);
+  const bool empty = skips.empty.contains(newPath);
   if (empty || duplicate || notFound || invalid) {
     QString message = QStringLiteral("File is ready to process");
     if (notFound)
@@ -268,7 +336,7 @@ void BatchRun::processFileFromBunch(const std::shared_ptr<PhotoFile> &photo, qin
     return;
   }
   isSkipCurrentFileSelected = false;
-  if (arrayFileAlreadyExists.contains(newPath)) {
+  if (skips.alreadyExists.contains(newPath)) {
     report(3, QStringLiteral("File already exists in destination folder."), false, false);
     return;
   }
@@ -303,7 +371,8 @@ void BatchRun::processFileFromBunch(const std::shared_ptr<PhotoFile> &photo, qin
   const double backingScale = scaleFactorReader ? scaleFactorReader() : 1.0;
   log(QStringLiteral("backing scale factor: %1").arg(backingScale, 0, 'f', 6));
   const int factor = int(backingScale);
-  if (image && factor >= 2) {
+  std::optional<vips::VImage> &image = prepared.image;
+  if (image && !prepared.encoded && factor >= 2) {
     if (auto scaled =
             Utils::scaleImage(*image, QSize(image->width() / factor, image->height() / factor)))
       image = scaled;
@@ -311,7 +380,8 @@ void BatchRun::processFileFromBunch(const std::shared_ptr<PhotoFile> &photo, qin
 
   WriteReport result;
   if (image) {
-    result = writer_.saveImgInDirectoryFilteredImg(*image, newPath, repType, *photo);
+    result = writer_.saveImgInDirectoryFilteredImg(*image, newPath, repType, *photo,
+                                                   prepared.encoded ? &*prepared.encoded : nullptr);
   } else {
     result.reason = QStringLiteral("the photo could not be decoded");
   }

@@ -6,6 +6,7 @@
 #include <QDateTime>
 #include <QList>
 #include <QObject>
+#include <QSet>
 #include <QStringList>
 #include <QTimer>
 
@@ -87,8 +88,9 @@ public:
   std::function<void(std::function<void()>)> submitToBackground;
   // Opens a file or folder for the user (the default asks the desktop).
   std::function<void(const QString &)> openPath;
-  // Decodes the next photo while the current one is written (the writes, reports and
-  // checks stay in order); off, every photo is read in its own turn.
+  // Makes the next photos ready (decoded, and encoded in memory) while the current one is
+  // written (the writes, reports and checks stay in order); off, every photo is read in its
+  // own turn.
   bool prefetchNextPhoto = true;
   // Console lines (the default writes them to standard error).
   std::function<void(const QString &)> logLine;
@@ -186,9 +188,25 @@ private:
   void runOnOwnerThread(const std::function<void()> &work);
   void submitLoop(QList<std::shared_ptr<PhotoFile>> batch);
   void runLoop(const QList<std::shared_ptr<PhotoFile>> &batch, qint64 start);
-  // One photo with its image already decoded (the loader's result, which may be none).
+  // The problem lists as sets: a photo's checks cost no walk through them.
+  struct SkipLookup {
+    QSet<QString> empty, invalid, duplicate, notFound, alreadyExists;
+    // Whether the checks end the photo's turn before it is written.
+    bool passesOver(const QString &sourcePath, const QString &newPath) const;
+  };
+  SkipLookup skipLookup() const;
+  // What is made of a photo before its turn: the loader's result (none when it could not be
+  // decoded) and, when asked, the output encoded in memory (the pixels are then let go).
+  struct PreparedPhoto {
+    std::optional<vips::VImage> image;
+    std::optional<EncodedFile> encoded;
+  };
+  PreparedPhoto preparePhoto(const std::shared_ptr<PhotoFile> &photo, qint64 index,
+                             const SkipLookup &skips, bool encode) const;
+  QString destinationPathAt(qint64 index) const;
+  // One photo's turn with what was made of it beforehand.
   void processFileFromBunch(const std::shared_ptr<PhotoFile> &photo, qint64 index,
-                            std::optional<vips::VImage> image);
+                            PreparedPhoto prepared, const SkipLookup &skips);
   // Whether the next photo may be decoded while this one is written: not when a destination
   // of the batch is also a source, since the loop would then read a file it wrote.
   bool mayPrefetch(const QList<std::shared_ptr<PhotoFile>> &batch) const;

@@ -86,19 +86,16 @@ void ImageWriter::makePictureFolderIfNeeded(const QString &newPath) {
 }
 
 WriteReport ImageWriter::saveImgInDirectoryFilteredImg(const VImage &image, const QString &newPath,
-                                                       int repType, const PhotoFile &photo) {
+                                                       int repType, const PhotoFile &photo,
+                                                       const EncodedFile *encoded) {
   WriteReport report;
   removedOnStop_ = false;
   makePictureFolderIfNeeded(newPath);
-  const QString extension = QFileInfo(newPath).suffix();
   bool alreadyExists = false;
   bool produced = false;
-  // The list is matched case-sensitively; an extension in capitals that still names a
-  // picture format keeps the still-image path, so a file's bytes always match its name.
-  if (stillExtensions().contains(extension) ||
-      (!extension.isEmpty() && repTypeForExtension(extension) >= 0)) {
-    produced = saveImageUsingDefaultMethodInDirectoryFilteredImg(image, newPath, repType, photo,
-                                                                 &report.reason, &alreadyExists);
+  if (takesStillImagePath(newPath)) {
+    produced = saveImageUsingDefaultMethodInDirectoryFilteredImg(
+        image, newPath, repType, photo, &report.reason, &alreadyExists, encoded);
   } else {
     produced = saveImageUsingImageMagick(image, newPath, photo, &report.reason, &alreadyExists);
   }
@@ -132,108 +129,125 @@ WriteReport ImageWriter::saveImgInDirectoryFilteredImg(const VImage &image, cons
   return report;
 }
 
-bool ImageWriter::writeStill(const VImage &image, const VImage &bitmap,
-                             const QVariantMap &properties, const QString &newPath, int repType,
-                             float factor, int orientation, int compressionLevel,
-                             const PhotoFile &photo, QString *reason, bool *alreadyExists) {
-  const QString folder = QFileInfo(newPath).absolutePath();
-  if (!settings.owerwriteExistingFiles && QFileInfo::exists(newPath)) {
-    *alreadyExists = true;
-    *reason = QStringLiteral("a file already exists at the destination");
-    return false;
+bool ImageWriter::takesStillImagePath(const QString &newPath) {
+  // The list is matched case-sensitively; an extension in capitals that still names a
+  // picture format keeps the still-image path, so a file's bytes always match its name.
+  const QString extension = QFileInfo(newPath).suffix();
+  return stillExtensions().contains(extension) ||
+         (!extension.isEmpty() && repTypeForExtension(extension) >= 0);
+}
+
+ImageWriter::StillPlan ImageWriter::stillPlan(const QString &newPath, int repType) const {
+  StillPlan plan;
+  // The destination's own extension decides the encoder when it names one, so that keeping
+  // the original name of a format outside the list (written as PNG) gives PNG bytes.
+  const int byExtension = repTypeForExtension(QFileInfo(newPath).suffix());
+  plan.repType = byExtension >= 0 ? byExtension : repType;
+  if (usesQualityBranch(settings))
+    plan.factor = qualityFactor(settings);
+  else if (settings.isSetCompression)
+    plan.compression = true;
+  return plan;
+}
+
+ImageWriter::Bitmap ImageWriter::bitmapForWriting(const VImage &image, const PhotoFile &photo) {
+  Bitmap b;
+  b.bitmap = Utils::sharedUtils().getCgiImageRef(image);
+  b.properties = Utils::sharedUtils().getImageeExifDict(photo.filePath);
+  b.orientation = b.properties.value(QStringLiteral("Orientation")).toInt();
+  if (b.orientation != 0 && !AppDelegate::shared()->isAUTO_CORRECT_ORIENTATION) {
+    b.bitmap = Utils::RotateWithEXIF(b.bitmap, b.orientation);
+    logLine(QStringLiteral("setup rotating image beacuse autocorrection is off"));
   }
-  const QString temporary = platform::SafeWrite::createTemporaryFile(folder, reason);
+  return b;
+}
+
+std::optional<EncodedFile> ImageWriter::encodeAhead(const VImage &image, const QString &newPath,
+                                                    int repType, const PhotoFile &photo) const {
+  if (newPath.isEmpty() || !takesStillImagePath(newPath))
+    return std::nullopt;
+  const StillPlan plan = stillPlan(newPath, repType);
+  if (plan.compression)
+    return std::nullopt;
+  const Bitmap b = bitmapForWriting(image, photo);
+  return Utils::sharedUtils().encodeWithProperties(plan.repType, b.bitmap, b.properties,
+                                                   plan.factor, -1, photo.filePath);
+}
+
+bool ImageWriter::commitStill(const EncodedFile &encoded, const QString &newPath, QString *reason,
+                              bool *alreadyExists) {
+  logLine(QStringLiteral("save image at path %1").arg(newPath));
+  const QString temporary = platform::SafeWrite::writeTemporaryFile(
+      QFileInfo(newPath).absolutePath(), encoded.bytes(), reason);
   if (temporary.isEmpty())
     return false;
-  bool written = false;
-  if (compressionLevel < 0) {
-    written = Utils::sharedUtils().saveImageInSelectedFormat(
-        repType, temporary, image, bitmap, properties, factor, orientation, photo.filePath, reason);
-  } else {
-    written = Utils::encodeImage(bitmap, temporary, repType, factor, compressionLevel, reason);
-    if (written && repType != 1 && repType != 2 && !properties.isEmpty()) {
-      platform::MetadataCopy::Options options;
-      options.resetOrientation = AppDelegate::shared()->isAUTO_CORRECT_ORIENTATION;
-      options.pixelWidth = bitmap.width();
-      options.pixelHeight = bitmap.height();
-      platform::MetadataCopy::copy(photo.filePath, temporary, options);
-    }
-  }
-  if (!written) {
-    QFile::remove(temporary);
-    return false;
-  }
   return platform::SafeWrite::commit(temporary, newPath, settings.owerwriteExistingFiles, reason,
                                      alreadyExists);
 }
 
 bool ImageWriter::saveImageUsingDefaultMethodInDirectoryFilteredImg(
     const VImage &image, const QString &newPath, int repType, const PhotoFile &photo,
-    QString *reason, bool *alreadyExists) {
+    QString *reason, bool *alreadyExists, const EncodedFile *encoded) {
   makePictureFolderIfNeeded(newPath);
   if (newPath.isEmpty()) {
     *reason = QStringLiteral("no destination path");
     return false;
   }
-  // The destination's own extension decides the encoder when it names one, so that keeping
-  // the original name of a format outside the list (written as PNG) gives PNG bytes.
-  const int byExtension = repTypeForExtension(QFileInfo(newPath).suffix());
-  if (byExtension >= 0)
-    repType = byExtension;
+  // Nothing is encoded for a destination that is taken; the commit checks again, atomically.
+  if (!settings.owerwriteExistingFiles && QFileInfo::exists(newPath)) {
+    *alreadyExists = true;
+    *reason = QStringLiteral("a file already exists at the destination");
+    return false;
+  }
+  const StillPlan plan = stillPlan(newPath, repType);
+  if (encoded && !plan.compression)
+    return commitStill(*encoded, newPath, reason, alreadyExists);
 
-  VImage bitmap = Utils::sharedUtils().getCgiImageRef(image);
-  const QVariantMap properties = Utils::sharedUtils().getImageeExifDict(photo.filePath);
-  const int orientation = properties.value(QStringLiteral("Orientation")).toInt();
-  if (orientation != 0 && !AppDelegate::shared()->isAUTO_CORRECT_ORIENTATION) {
-    bitmap = Utils::RotateWithEXIF(bitmap, orientation);
-    logLine(QStringLiteral("setup rotating image beacuse autocorrection is off"));
+  const Bitmap b = bitmapForWriting(image, photo);
+  if (!plan.compression) {
+    const std::optional<EncodedFile> bytes = Utils::sharedUtils().encodeWithProperties(
+        plan.repType, b.bitmap, b.properties, plan.factor, -1, photo.filePath, reason);
+    return bytes && commitStill(*bytes, newPath, reason, alreadyExists);
   }
 
-  if (usesQualityBranch(settings)) {
-    return writeStill(image, bitmap, properties, newPath, repType, qualityFactor(settings),
-                      orientation, -1, photo, reason, alreadyExists);
+  if (setCompressionInProgress)
+    setCompressionInProgress(true);
+  const QString temporaryPng = platform::temporaryDirectory() + QStringLiteral("/TempFile.png");
+  removeLogged(temporaryPng);
+  bool written = Utils::sharedUtils().saveImageInSelectedFormat(
+      5, temporaryPng, image, b.bitmap, b.properties, settings.qualityRatio, b.orientation,
+      photo.filePath, reason);
+  // The compressor: the destination in its own format at the slider's effort, read back from
+  // the intermediate PNG.
+  if (written) {
+    try {
+      VImage intermediate =
+          VImage::new_from_file(QFile::encodeName(temporaryPng).constData(),
+                                VImage::option()->set("access", VIPS_ACCESS_SEQUENTIAL));
+      const std::optional<EncodedFile> bytes = Utils::sharedUtils().encodeWithProperties(
+          plan.repType, intermediate, b.properties, 0.98f,
+          std::clamp(int(settings.compressionRatio), 0, 9), photo.filePath, reason);
+      written = bytes && commitStill(*bytes, newPath, reason, alreadyExists);
+    } catch (const vips::VError &error) {
+      *reason = QString::fromUtf8(error.what()).trimmed();
+      written = false;
+    }
   }
-  if (settings.isSetCompression) {
-    if (setCompressionInProgress)
-      setCompressionInProgress(true);
-    const QString temporaryPng = platform::temporaryDirectory() + QStringLiteral("/TempFile.png");
-    removeLogged(temporaryPng);
-    bool written = Utils::sharedUtils().saveImageInSelectedFormat(
-        5, temporaryPng, image, bitmap, properties, settings.qualityRatio, orientation,
-        photo.filePath, reason);
-    // The compressor: the destination in its own format at the slider's effort, read back
-    // from the intermediate PNG.
+  if (setCompressionInProgress)
+    setCompressionInProgress(false);
+  logLine(QStringLiteral("File Compressed Successfully"));
+  removeLogged(temporaryPng);
+  if (takeStopRequestWhileCompression && takeStopRequestWhileCompression()) {
     if (written) {
-      try {
-        VImage intermediate =
-            VImage::new_from_file(QFile::encodeName(temporaryPng).constData(),
-                                  VImage::option()->set("access", VIPS_ACCESS_SEQUENTIAL));
-        written = writeStill(image, intermediate, properties, newPath, repType, 0.98f, orientation,
-                             std::clamp(int(settings.compressionRatio), 0, 9), photo, reason,
-                             alreadyExists);
-      } catch (const vips::VError &error) {
-        *reason = QString::fromUtf8(error.what()).trimmed();
-        written = false;
-      }
+      removeLogged(newPath);
+      written = false;
+      removedOnStop_ = true;
+      *reason = QStringLiteral("removed: the run was stopped during compression");
     }
-    if (setCompressionInProgress)
-      setCompressionInProgress(false);
-    logLine(QStringLiteral("File Compressed Successfully"));
-    removeLogged(temporaryPng);
-    if (takeStopRequestWhileCompression && takeStopRequestWhileCompression()) {
-      if (written) {
-        removeLogged(newPath);
-        written = false;
-        removedOnStop_ = true;
-        *reason = QStringLiteral("removed: the run was stopped during compression");
-      }
-      if (stopProcessAfterCompletionCompression)
-        stopProcessAfterCompletionCompression();
-    }
-    return written;
+    if (stopProcessAfterCompletionCompression)
+      stopProcessAfterCompletionCompression();
   }
-  return writeStill(image, bitmap, properties, newPath, repType, 0.98f, orientation, -1, photo,
-                    reason, alreadyExists);
+  return written;
 }
 
 bool ImageWriter::saveImageUsingImageMagick(const VImage &image, const QString &newPath,

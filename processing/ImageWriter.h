@@ -1,11 +1,13 @@
 #pragma once
 
+#include "platform/EncodedFile.h"
 #include "processing/RunSettings.h"
 
 #include <QString>
 #include <QVariantMap>
 
 #include <functional>
+#include <optional>
 
 #include <vips/vips8>
 
@@ -39,14 +41,26 @@ public:
   std::function<bool()> takeStopRequestWhileCompression;
   std::function<void()> stopProcessAfterCompletionCompression;
 
-  // The entry point for every photo that is to be written.
+  // The entry point for every photo that is to be written. encoded, when given, is what
+  // encodeAhead made of this photo for this destination: the still-image path then only
+  // puts it in place.
   WriteReport saveImgInDirectoryFilteredImg(const vips::VImage &image, const QString &newPath,
-                                            int repType, const PhotoFile &photo);
+                                            int repType, const PhotoFile &photo,
+                                            const EncodedFile *encoded = nullptr);
   // The still-image path; false (with *reason) when no file was put in place.
   bool saveImageUsingDefaultMethodInDirectoryFilteredImg(const vips::VImage &image,
                                                          const QString &newPath, int repType,
                                                          const PhotoFile &photo, QString *reason,
-                                                         bool *alreadyExists);
+                                                         bool *alreadyExists,
+                                                         const EncodedFile *encoded = nullptr);
+  // The file the still-image path would write for the photo, properties included, made in
+  // memory ahead of the photo's turn (it touches no file but the source it reads). None when
+  // the photo takes the PDF path or the compression branch, or cannot be encoded: its turn
+  // then does the whole job. Safe on any thread while the run writes other photos.
+  std::optional<EncodedFile> encodeAhead(const vips::VImage &image, const QString &newPath,
+                                         int repType, const PhotoFile &photo) const;
+  // Whether a destination takes the still-image path (else the PDF path).
+  static bool takesStillImagePath(const QString &newPath);
   // The PDF path: a page appended to the document at newPath, or a new document.
   bool saveImageUsingImageMagick(const vips::VImage &image, const QString &newPath,
                                  const PhotoFile &photo, QString *reason, bool *alreadyExists);
@@ -66,10 +80,24 @@ public:
   static QString pictureFolderPath();
 
 private:
+  // How the still-image path writes a photo: the encoder and its quality, or the compressor.
+  struct StillPlan {
+    int repType = 0;
+    float factor = 0.98f;
+    bool compression = false; // through "TempFile.png" and the compressor
+  };
+  StillPlan stillPlan(const QString &newPath, int repType) const;
+  // The bitmap the encoders take, turned by hand when automatic correction is off, with the
+  // source's properties.
+  struct Bitmap {
+    vips::VImage bitmap;
+    QVariantMap properties;
+    int orientation = 0;
+  };
+  static Bitmap bitmapForWriting(const vips::VImage &image, const PhotoFile &photo);
+  // The encoded file put in place through a temporary file in the destination folder.
+  bool commitStill(const EncodedFile &encoded, const QString &newPath, QString *reason,
+                   bool *alreadyExists);
   void makePictureFolderIfNeeded(const QString &newPath);
   bool removedOnStop_ = false;
-  bool writeStill(const vips::VImage &image, const vips::VImage &bitmap,
-                  const QVariantMap &properties, const QString &newPath, int repType, float factor,
-                  int orientation, int compressionLevel, const PhotoFile &photo, QString *reason,
-                  bool *alreadyExists);
 };

@@ -1,0 +1,12 @@
+#pragma once
+
+// How the C library's allocator treats the large buffers of a batch run.
+namespace platform::MemoryTuning {
+
+// Keeps buffers of up to 1 GiB in the heap and up to 512 MiB of freed heap in the process, so
+// that the decoded pictures and encoded files of one photo are reused by the next instead of
+// being returned to the kernel and faulted in again page by page. Takes effect once for the
+// whole process; later calls do nothing.
+void reuseLargeBuffers();
+
+} // namespace platform::MemoryTuning
