@@ -3,6 +3,7 @@
 #include "app/CommandLine.h"
 #include "app/Commands.h"
 #include "intake/PhotoFile.h"
+#include "platform/MemoryTuning.h"
 #include "platform/Workspace.h"
 #include "processing/BatchRun.h"
 #include "processing/RunSettings.h"
@@ -94,6 +95,8 @@ private:
 // `quillmere run [OPTIONS] PATH...`: builds the batch and its preview, applies the start
 // checks and the gate, runs the batch, prints the summary and the log's path.
 int run(const QStringList &args) {
+  // Before any thread starts, so that every thread of the run shares one heap.
+  platform::MemoryTuning::reuseLargeBuffers();
   QTextStream out(stdout);
   QTextStream err(stderr);
   if (args.contains(QStringLiteral("--help")) || args.contains(QStringLiteral("-h"))) {

@@ -51,6 +51,10 @@ public:
   // takes them (an encoder streams it straight from the file). None when the file cannot be
   // opened; a damaged one fails when read.
   std::optional<vips::VImage> uprightImageFromUrl(const QString &path);
+  // The same with the file's properties dictionary already read (getImageeExifDict), so a
+  // caller that needs them too reads the file once.
+  std::optional<vips::VImage> uprightImageFromUrl(const QString &path,
+                                                  const std::optional<QVariantMap> &properties);
   // A grey image made three-band RGB of the same pixel size.
   std::optional<vips::VImage> convertGraycolorModelToRgb(const vips::VImage &image);
   // The picture's pixel size as seen upright; (0, 0) when the file states none.

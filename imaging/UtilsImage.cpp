@@ -125,10 +125,15 @@ std::optional<VImage> Utils::getImageWithFixedOrientionFromUrl(const QString &pa
 }
 
 std::optional<VImage> Utils::uprightImageFromUrl(const QString &path) {
+  return uprightImageFromUrl(path, ImageProcessing::exifForFile(path));
+}
+
+std::optional<VImage> Utils::uprightImageFromUrl(const QString &path,
+                                                 const std::optional<QVariantMap> &properties) {
   // One reading of the file's properties serves every step. The photo is decoded at its full
   // upright size, which is the width-fitted size the properties give, so the file's size
   // need not be looked up again.
-  const std::shared_ptr<ExifInfo> info = ExifInfo::initWithFile(path);
+  const std::shared_ptr<ExifInfo> info = ExifInfo::initWithDict(properties);
   VImage image;
   try {
     if (platform::RawDecoder::isRawExtension(QFileInfo(path).suffix())) {

@@ -13,6 +13,9 @@ void reuseLargeBuffers() {
     // (32 MB), so by default each one is a fresh mapping whose pages the kernel zeroes.
     mallopt(M_MMAP_THRESHOLD, 1 << 30);
     mallopt(M_TRIM_THRESHOLD, 512 << 20);
+    // Threads made from now on share the heap: a thread's own arena hands a freed buffer of
+    // that size back to the kernel as soon as its heap empties.
+    mallopt(M_ARENA_MAX, 1);
   });
 }
 

@@ -17,4 +17,12 @@ VipsSession::~VipsSession() {
     vips_shutdown();
 }
 
+VipsPipelineThreads::VipsPipelineThreads(int threads) : before_(vips_concurrency_get()) {
+  vips_concurrency_set(threads);
+}
+
+VipsPipelineThreads::~VipsPipelineThreads() {
+  vips_concurrency_set(before_);
+}
+
 } // namespace platform

@@ -17,4 +17,18 @@ private:
   bool ok_ = false;
 };
 
+// While alive, each libvips pipeline started computes with this many worker threads. A caller
+// that runs one pipeline per core itself (the batch run's workers) wants 1: more threads only
+// hand tiles to each other.
+class VipsPipelineThreads {
+public:
+  explicit VipsPipelineThreads(int threads);
+  ~VipsPipelineThreads();
+  VipsPipelineThreads(const VipsPipelineThreads &) = delete;
+  VipsPipelineThreads &operator=(const VipsPipelineThreads &) = delete;
+
+private:
+  int before_;
+};
+
 } // namespace platform

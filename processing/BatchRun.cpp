@@ -4,12 +4,14 @@
 
 #include "app/AppDelegate.h"
 #include "imaging/AppliedFilter.h"
+#include "imaging/ImageProcessing.h"
 #include "imaging/Utils.h"
 #include "intake/PhotoFile.h"
 #include "platform/Files.h"
 #include "platform/MemoryTuning.h"
 #include "platform/SafeWrite.h"
 #include "platform/SystemInfo.h"
+#include "platform/VipsSession.h"
 #include "platform/Workspace.h"
 #include "rename/OutputPhotoPath.h"
 
@@ -159,6 +161,9 @@ void BatchRun::runLoop(const QList<std::shared_ptr<PhotoFile>> &batch, qint64 st
   // A photo shrunk for the screen's scale in its turn cannot be encoded before it.
   const bool encode = ahead > 0 && (!scaleFactorReader || int(scaleFactorReader()) < 2);
   const SkipLookup skips = skipLookup();
+  std::optional<platform::VipsPipelineThreads> oneThreadEach;
+  if (ahead > 1)
+    oneThreadEach.emplace(1);
   QThreadPool workers;
   workers.setMaxThreadCount(std::max(1, ahead));
   std::deque<std::future<PreparedPhoto>> window; // photos next - window.size() ... next - 1
@@ -173,7 +178,9 @@ void BatchRun::runLoop(const QList<std::shared_ptr<PhotoFile>> &batch, qint64 st
       workers.start([task] { (*task)(); });
     }
   };
-  topUp(start + ahead - 1);
+  // One photo more than there are workers, so a worker that finishes early starts the next.
+  const qint64 depth = ahead > 0 ? ahead + 1 : 0;
+  topUp(start + depth - 1);
   for (qint64 i = start; i < batch.size(); ++i) {
     // A cleared run flag passes over every photo left; stopping here is the same. Photos
     // made ready ahead are simply dropped.
@@ -189,7 +196,7 @@ void BatchRun::runLoop(const QList<std::shared_ptr<PhotoFile>> &batch, qint64 st
     } else {
       prepared = preparePhoto(photo, i, skips, false);
     }
-    topUp(i + ahead);
+    topUp(i + depth);
     processFileFromBunch(photo, i, std::move(prepared), skips);
   }
   workers.waitForDone();
@@ -229,9 +236,11 @@ BatchRun::PreparedPhoto BatchRun::preparePhoto(const std::shared_ptr<PhotoFile> 
     // Streamed from the file into the encoder: no copy of the pixels is kept.
     const int repType = representationType(
         settings.outputFormat, delegate_->arrFileFormatsSupported, photo->fileExtension);
+    const std::optional<QVariantMap> properties = ImageProcessing::exifForFile(photo->filePath);
     if (std::optional<vips::VImage> image =
-            Utils::sharedUtils().uprightImageFromUrl(photo->fileURL))
-      prepared.encoded = writer_.encodeAhead(*image, newPath, repType, *photo);
+            Utils::sharedUtils().uprightImageFromUrl(photo->fileURL, properties))
+      prepared.encoded =
+          writer_.encodeAhead(*image, newPath, repType, *photo, properties.value_or(QVariantMap()));
     if (prepared.encoded) {
       prepared.image = vips::VImage();
       return prepared;

@@ -150,10 +150,11 @@ ImageWriter::StillPlan ImageWriter::stillPlan(const QString &newPath, int repTyp
   return plan;
 }
 
-ImageWriter::Bitmap ImageWriter::bitmapForWriting(const VImage &image, const PhotoFile &photo) {
+ImageWriter::Bitmap ImageWriter::bitmapForWriting(const VImage &image,
+                                                  const QVariantMap &properties) {
   Bitmap b;
   b.bitmap = Utils::sharedUtils().getCgiImageRef(image);
-  b.properties = Utils::sharedUtils().getImageeExifDict(photo.filePath);
+  b.properties = properties;
   b.orientation = b.properties.value(QStringLiteral("Orientation")).toInt();
   if (b.orientation != 0 && !AppDelegate::shared()->isAUTO_CORRECT_ORIENTATION) {
     b.bitmap = Utils::RotateWithEXIF(b.bitmap, b.orientation);
@@ -163,13 +164,14 @@ ImageWriter::Bitmap ImageWriter::bitmapForWriting(const VImage &image, const Pho
 }
 
 std::optional<EncodedFile> ImageWriter::encodeAhead(const VImage &image, const QString &newPath,
-                                                    int repType, const PhotoFile &photo) const {
+                                                    int repType, const PhotoFile &photo,
+                                                    const QVariantMap &properties) const {
   if (newPath.isEmpty() || !takesStillImagePath(newPath))
     return std::nullopt;
   const StillPlan plan = stillPlan(newPath, repType);
   if (plan.compression)
     return std::nullopt;
-  const Bitmap b = bitmapForWriting(image, photo);
+  const Bitmap b = bitmapForWriting(image, properties);
   return Utils::sharedUtils().encodeWithProperties(plan.repType, b.bitmap, b.properties,
                                                    plan.factor, -1, photo.filePath);
 }
@@ -203,7 +205,7 @@ bool ImageWriter::saveImageUsingDefaultMethodInDirectoryFilteredImg(
   if (encoded && !plan.compression)
     return commitStill(*encoded, newPath, reason, alreadyExists);
 
-  const Bitmap b = bitmapForWriting(image, photo);
+  const Bitmap b = bitmapForWriting(image, Utils::sharedUtils().getImageeExifDict(photo.filePath));
   if (!plan.compression) {
     const std::optional<EncodedFile> bytes = Utils::sharedUtils().encodeWithProperties(
         plan.repType, b.bitmap, b.properties, plan.factor, -1, photo.filePath, reason);

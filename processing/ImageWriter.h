@@ -57,8 +57,10 @@ public:
   // memory ahead of the photo's turn (it touches no file but the source it reads). None when
   // the photo takes the PDF path or the compression branch, or cannot be encoded: its turn
   // then does the whole job. Safe on any thread while the run writes other photos.
+  // properties are the source's (getImageeExifDict), read once by the caller.
   std::optional<EncodedFile> encodeAhead(const vips::VImage &image, const QString &newPath,
-                                         int repType, const PhotoFile &photo) const;
+                                         int repType, const PhotoFile &photo,
+                                         const QVariantMap &properties) const;
   // Whether a destination takes the still-image path (else the PDF path).
   static bool takesStillImagePath(const QString &newPath);
   // The PDF path: a page appended to the document at newPath, or a new document.
@@ -94,7 +96,7 @@ private:
     QVariantMap properties;
     int orientation = 0;
   };
-  static Bitmap bitmapForWriting(const vips::VImage &image, const PhotoFile &photo);
+  static Bitmap bitmapForWriting(const vips::VImage &image, const QVariantMap &properties);
   // The encoded file put in place through a temporary file in the destination folder.
   bool commitStill(const EncodedFile &encoded, const QString &newPath, QString *reason,
                    bool *alreadyExists);
