@@ -196,7 +196,8 @@ void BatchRun::runLoop(const QList<std::shared_ptr<PhotoFile>> &batch, qint64 st
     } else {
       prepared = preparePhoto(photo, i, skips, false);
     }
-    topUp(i + depth);
+    if (depth > 0)
+      topUp(i + depth);
     processFileFromBunch(photo, i, std::move(prepared), skips);
   }
   workers.waitForDone();

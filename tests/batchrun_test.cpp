@@ -417,6 +417,53 @@ TEST_F(BatchRunTest, DecodingAheadKeepsOrderAndStaysOffWhenADestinationIsASource
   EXPECT_TRUE(run->mayPrefetchForTesting(delegate->arraySelectedImagesToProcess));
 }
 
+// Outputs made ahead by the workers are the very files the photo's own turn would write,
+// in every format, turned or not; a damaged photo and one its checks pass over end alike.
+TEST_F(BatchRunTest, OutputsMadeAheadMatchThoseMadeInTurn) {
+  for (const char *extension : {"jpg", "png", "tif", "gif", "jp2", "pdf"}) {
+    addPhotos(4, QStringLiteral("%2_%1.%3").arg("%1", "ahead", extension).toUtf8().constData());
+  }
+  addPhoto("jpg/corrupted.jpg", "damaged.jpg");
+  addPhoto("jpg/Canon_40D.jpg", "skipped.jpg");
+  run->arrayFileAlreadyExists = {destination(delegate->arraySelectedImagesToProcess.size() - 1)};
+  run->settings.outputFormat = 0; // the destination's extension decides
+  const qsizetype count = delegate->arraySelectedImagesToProcess.size();
+
+  const auto results = [&] {
+    QStringList statuses;
+    for (int i = 0; i < count; ++i)
+      statuses << QStringLiteral("%1 %2").arg(status(i)).arg(message(i));
+    return statuses;
+  };
+  ASSERT_TRUE(run->sendStartProcessRequest());
+  const QStringList ahead = results();
+  QList<QByteArray> aheadBytes;
+  for (int i = 0; i < count; ++i) {
+    QFile file(destination(i));
+    aheadBytes << (file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray());
+    QFile::remove(destination(i));
+  }
+
+  run = std::make_unique<BatchRun>(delegate);
+  run->submitToBackground = [](std::function<void()> work) { work(); };
+  run->settings.outputFolderPath = dir.filePath("out");
+  run->settings.outputFormat = 0;
+  run->arrayFileAlreadyExists = {destination(count - 1)};
+  run->prefetchNextPhoto = false;
+  ASSERT_TRUE(run->sendStartProcessRequest());
+  EXPECT_EQ(results(), ahead);
+  for (int i = 0; i < count; ++i) {
+    QFile file(destination(i));
+    const QByteArray inTurn = file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    if (destination(i).endsWith(".pdf")) // each PDF written gets a document ID of its own
+      EXPECT_EQ(inTurn.isEmpty(), aheadBytes[i].isEmpty()) << qPrintable(destination(i));
+    else
+      EXPECT_TRUE(inTurn == aheadBytes[i]) << qPrintable(destination(i));
+  }
+  EXPECT_TRUE(ahead.first().startsWith("1 "));
+  EXPECT_TRUE(ahead.last().startsWith("3 "));
+}
+
 } // namespace
 
 // A folder chosen in the chooser is kept lower-cased; the run must still write into (and

@@ -153,6 +153,29 @@ TEST(FilesTest, ExistenceAndAttributes) {
   EXPECT_TRUE(Files::attributesOfItem(dir.path()).isDirectory);
 }
 
+// A probe answers as fileExists would for the same path, whatever the folder turns out to be.
+TEST(FilesTest, FolderProbeAgreesWithFileExists) {
+  QTemporaryDir dir;
+  const QString photo = testenv::copyPhoto("jpg/Canon_40D.jpg", dir.path());
+  QDir().mkpath(dir.filePath("sub"));
+  ASSERT_EQ(::symlink("nowhere.jpg", QFile::encodeName(dir.filePath("dangling.jpg")).constData()),
+            0);
+  ASSERT_EQ(::symlink(QFile::encodeName(photo).constData(),
+                      QFile::encodeName(dir.filePath("link.jpg")).constData()),
+            0);
+  const QStringList folders = {dir.path(), dir.filePath("missing"), photo, QString()};
+  const QStringList names = {"Canon_40D.jpg", "sub", "missing.jpg", "dangling.jpg",
+                             "link.jpg",      "tmp", ".",           ""};
+  for (const QString &folder : folders) {
+    const Files::FolderProbe probe(folder);
+    for (const QString &name : names) {
+      const QString whole = (folder.isEmpty() ? QString() : folder) + '/' + name;
+      EXPECT_EQ(probe.exists(name), !name.isEmpty() && Files::fileExists(whole))
+          << qPrintable(whole);
+    }
+  }
+}
+
 TEST(FilesTest, SetDatesRoundTripAndCreationStaysAtOrBeforeModification) {
   QTemporaryDir dir;
   const QString photo = testenv::copyPhoto("jpg/Nikon_D70.jpg", dir.path());

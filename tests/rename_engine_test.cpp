@@ -232,6 +232,26 @@ TEST(Engine, CurrentDateIsTakenForEveryPhoto) {
   EXPECT_EQ(RenameEngine(*s, kFormats).newName(subjectFor("a.jpg"), 0), expected + "a.JPG");
 }
 
+// One engine over a long batch reuses the texts it has made; every stamp must still be the
+// one the pattern gives for that photo alone (both clocks, every hour, minute and second).
+TEST(Engine, StampsOfALongBatchMatchThePatternPhotoByPhoto) {
+  for (int format : {2, 7}) {
+    std::shared_ptr<BatchRenameSetting> s = BatchRenameSetting::initWithDictionary({});
+    s->flagRenamingMode = 1;
+    rule(s->dictReplaceFileName, {{"New Name", ""}});
+    rule(s->dictDateTimeStamp, {{"Type", 1}, {"Format", format}});
+    RenameEngine engine(*s, kFormats);
+    const QString pattern = RenameEngine::datePatternForFormat(format);
+    RenameSubject subject = subjectFor("a.jpg");
+    for (int i = 0; i < 4000; ++i) {
+      subject.fileModifiedDate = utc(2024, 3, 30).addSecs(qint64(i) * 97);
+      ASSERT_EQ(engine.newName(subject, quint32(i)),
+                RenameEngine::dateText(subject.fileModifiedDate, pattern) + ".JPG")
+          << format << " " << i;
+    }
+  }
+}
+
 TEST(Engine, RawFlagTellsAboutTheLastPhoto) {
   std::shared_ptr<BatchRenameSetting> s = BatchRenameSetting::initWithDictionary({});
   RenameEngine engine(*s, kFormats);

@@ -191,6 +191,33 @@ INSTANTIATE_TEST_SUITE_P(
         {"OneGoodPrompts", "+a.JPG +b.JPG c.JPG", false, "EER", StartGate::Prompt},
         {"EmptyBatchRefused", "", false, "", StartGate::Refuse}}));
 
+// A batch large enough to be counted on several threads gives the counts of a plain tally.
+TEST(Checks, DuplicateCountsOfALargeBatchMatchAPlainTally) {
+  QList<std::shared_ptr<OutputPhotoPath>> records;
+  QHash<QString, qint32> tally;
+  for (int i = 0; i < 120000; ++i) {
+    // Every 7th name is taken again by the next photo, every 11th again in capitals.
+    const int n = i % 7 == 1 ? i - 1 : i;
+    const QString name =
+        QString::fromLatin1(i % 11 == 0 ? "/out/IMG_%1.JPG" : "/out/img_%1.jpg").arg(n);
+    records.append(OutputPhotoPath::initWithoutDiskCheck(name, "/src/x.jpg"));
+    ++tally[records.last()->filePath];
+  }
+  records.insert(5, nullptr); // a hole in the list is passed over
+  countOccurences(records);
+  for (const auto &record : records) {
+    if (record) {
+      ASSERT_EQ(record->occurenceCount, tally.value(record->filePath))
+          << qPrintable(record->filePath);
+    }
+  }
+  // Photos 7 and 8 (after the hole) share a name; photos 0 and 1 differ in case only.
+  EXPECT_EQ(records.at(8)->occurenceCount, 2);
+  EXPECT_EQ(records.at(9)->occurenceCount, 2);
+  EXPECT_EQ(records.at(0)->occurenceCount, 1);
+  EXPECT_EQ(records.at(1)->occurenceCount, 1);
+}
+
 TEST(Checks, ConsoleLinesNameTheFinding) {
   QList<std::shared_ptr<OutputPhotoPath>> records = {
       OutputPhotoPath::initWithFileUrl("/no/such/out/a.JPG", "/no/such/src/a.jpg")};
