@@ -4,6 +4,7 @@
 
 #include <QFile>
 
+#include <functional>
 #include <memory>
 #include <stdexcept>
 #include <utility>
@@ -145,16 +146,20 @@ bool copyIntoEncoded(const QString &source, EncodedFile *encoded, const Options 
                                   long(bytes.size()))
             .release());
     replaceMetadata(*out, exif, iptc, xmp);
-    // The rewritten file stays in the writer's memory, which the result keeps alive, with
-    // the encoder's bytes in case the writer still refers to them.
+    // The rewritten file stays in the writer's memory, which the result keeps alive. A
+    // rewrite made in place (Exiv2 patches a TIFF whose tags fit) is still in the encoder's
+    // bytes, which are then kept too.
     Exiv2::BasicIo &io = out->io();
     const long size = io.size();
-    const Exiv2::byte *data = io.mmap();
+    const char *data = reinterpret_cast<const char *>(io.mmap());
     if (!data && size > 0)
       throw std::runtime_error("the rewritten file cannot be read back");
+    const QByteArrayView before = encoded->bytes();
+    const bool inPlace = std::greater_equal<>()(data, before.data()) &&
+                         std::less<>()(data, before.data() + before.size());
     auto owner = std::make_shared<std::pair<std::shared_ptr<Exiv2::Image>, EncodedFile>>(
-        std::move(out), *encoded);
-    *encoded = EncodedFile(owner, reinterpret_cast<const char *>(data), qsizetype(size));
+        std::move(out), inPlace ? *encoded : EncodedFile());
+    *encoded = EncodedFile(owner, data, qsizetype(size));
     return true;
   } catch (const std::exception &error) {
     if (reason)
