@@ -62,8 +62,10 @@ PassFigures timePass(const QList<std::shared_ptr<PhotoFile>> &batch, const Renam
   const PreviewResult result = computePreview(batch, rules, kFormats, options);
   std::printf("  destinations and duplicate counts: %lld ms wall, %.0f ms processor\n",
               static_cast<long long>(clock.elapsed()), cpuMs() - cpuStart);
+  const qint64 beforeChecks = clock.elapsed();
   const ErrorFiles errors = calculateErrorFiles(result.paths, options.owerwriteExistingFiles);
   const qint64 ms = clock.elapsed();
+  std::printf("  checks: %lld ms wall\n", static_cast<long long>(ms - beforeChecks));
   const double cpuEnd = cpuMs();
   {
     QElapsedTimer again;

@@ -101,8 +101,8 @@ bool FolderProbe::exists(const QString &name) const {
     return false;
   if (fd_ < 0) // any other failure to open: the whole path, as fileExists would
     return fileExists(folder_ + QLatin1Char('/') + name);
-  struct stat info {};
-  return ::fstatat(fd_, encoded(name).constData(), &info, 0) == 0;
+  // Existence only: access costs half of a stat, which also copies out the attributes.
+  return ::faccessat(fd_, encoded(name).constData(), F_OK, 0) == 0;
 }
 
 // Symbolic links are followed: the caller wants the photo, not the link.

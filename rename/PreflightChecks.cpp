@@ -9,84 +9,76 @@
 
 namespace {
 
-// The first three rules decide without the disk.
-bool decidedWithoutDisk(const OutputPhotoPath &record) {
-  return record.fileExtension.isEmpty() ||
-         record.fileName.contains(QLatin1String("http:"), Qt::CaseInsensitive) ||
-         record.occurenceCount >= 2;
-}
+// What the checks find for one record: the first rule that applies.
+enum Verdict : char { Ready, Blank, Invalid, Duplicate, NotFound, Exists };
 
-// Whether each record's source is gone, tested for the records that reach that rule. A
-// batch comes folder by folder, so each run of sources from one folder is tested relative to
-// that folder; a large batch is tested on several threads. The answers are those of a stat
-// per source, only sooner.
-std::vector<char> sourcesMissing(const QList<std::shared_ptr<OutputPhotoPath>> &records) {
-  std::vector<char> missing(static_cast<size_t>(records.size()), 0);
-  const auto test = [&records, &missing](int, qsizetype begin, qsizetype end) {
-    std::unique_ptr<platform::Files::FolderProbe> probe;
-    for (qsizetype i = begin; i < end; ++i) {
-      const OutputPhotoPath *record = records.at(i).get();
-      if (!record || decidedWithoutDisk(*record))
-        continue;
-      const QString &path = record->oldFilePath;
-      const qsizetype slash = path.lastIndexOf(QLatin1Char('/'));
-      if (slash < 0 || slash == path.size() - 1) {
-        missing[size_t(i)] = !platform::Files::fileExists(path);
-        continue;
-      }
-      const QStringView folder = QStringView(path).left(slash);
-      if (!probe || probe->folder() != folder)
-        probe = std::make_unique<platform::Files::FolderProbe>(folder.toString());
-      missing[size_t(i)] = !probe->exists(path.mid(slash + 1));
-    }
-  };
-  BatchSlices::run(records.size(), BatchSlices::sliceCount(records.size(), 20000), test);
-  return missing;
+Verdict verdictOf(const OutputPhotoPath &record, bool owerwriteExistingFiles,
+                  std::unique_ptr<platform::Files::FolderProbe> *probe) {
+  if (record.fileExtension.isEmpty())
+    return Blank;
+  if (record.fileName.contains(QLatin1String("http:"), Qt::CaseInsensitive))
+    return Invalid;
+  if (record.occurenceCount >= 2)
+    return Duplicate;
+  // A batch comes folder by folder, so each run of sources from one folder is looked up
+  // relative to that folder.
+  const QString &path = record.oldFilePath;
+  const qsizetype slash = path.lastIndexOf(QLatin1Char('/'));
+  bool found = false;
+  if (slash < 0 || slash == path.size() - 1) {
+    found = platform::Files::fileExists(path);
+  } else {
+    const QStringView folder = QStringView(path).left(slash);
+    if (!*probe || (*probe)->folder() != folder)
+      *probe = std::make_unique<platform::Files::FolderProbe>(folder.toString());
+    found = (*probe)->exists(path.mid(slash + 1));
+  }
+  if (!found)
+    return NotFound;
+  return !owerwriteExistingFiles && record.fileAlreadyExistAtPath ? Exists : Ready;
 }
 
 } // namespace
 
 ErrorFiles calculateErrorFiles(const QList<std::shared_ptr<OutputPhotoPath>> &records,
                                bool owerwriteExistingFiles, bool collectConsoleLines) {
+  // The verdicts need a look at the disk for most records: a large batch is judged on
+  // several threads, then the findings are listed in batch order.
+  std::vector<Verdict> verdicts(static_cast<size_t>(records.size()), Ready);
+  BatchSlices::run(records.size(), BatchSlices::sliceCount(records.size(), 20000),
+                   [&](int, qsizetype begin, qsizetype end) {
+                     std::unique_ptr<platform::Files::FolderProbe> probe;
+                     for (qsizetype i = begin; i < end; ++i) {
+                       if (const OutputPhotoPath *record = records.at(i).get())
+                         verdicts[size_t(i)] = verdictOf(*record, owerwriteExistingFiles, &probe);
+                     }
+                   });
+
   ErrorFiles e;
-  const std::vector<char> missing = sourcesMissing(records);
-  qsizetype index = -1;
-  const auto log = [&e, collectConsoleLines](const char *finding, const QString &path) {
+  for (qsizetype i = 0; i < records.size(); ++i) {
+    const std::shared_ptr<OutputPhotoPath> &record = records.at(i);
+    const Verdict verdict = verdicts[size_t(i)];
+    if (!record || verdict == Ready)
+      continue;
+    const QString &path = verdict == NotFound ? record->oldFilePath : record->filePath;
+    static const struct {
+      const char *finding;
+      QStringList ErrorFiles::*list;
+      QSet<QString> ErrorFiles::*set;
+    } kFindings[] = {
+        {nullptr, nullptr, nullptr},
+        {"empty file name", &ErrorFiles::arrayEmptyNames, &ErrorFiles::emptyNames},
+        {"invalid file name", &ErrorFiles::arrayInvalidFileName, &ErrorFiles::invalidNames},
+        {"duplicate file name", &ErrorFiles::arrayDuplicateNames, &ErrorFiles::duplicateNames},
+        {"files not found", &ErrorFiles::arrayFileNotFound, &ErrorFiles::notFound},
+        {"files already exists", &ErrorFiles::arrayFileAlreadyExists, &ErrorFiles::alreadyExists},
+    };
+    const auto &finding = kFindings[verdict];
+    (e.*finding.list).append(path);
+    (e.*finding.set).insert(path);
+    (verdict == Exists ? e.arrayAllWarnings : e.arrayAllErrors).append(record);
     if (collectConsoleLines)
-      e.consoleLines.append(QLatin1String(finding) + QStringLiteral(" == ") + path);
-  };
-  for (const std::shared_ptr<OutputPhotoPath> &record : records) {
-    ++index;
-    if (!record)
-      continue;
-    if (record->fileExtension.isEmpty()) {
-      e.arrayEmptyNames.append(record->filePath);
-      e.emptyNames.insert(record->filePath);
-      e.arrayAllErrors.append(record);
-      log("empty file name", record->filePath);
-    } else if (record->fileName.contains(QLatin1String("http:"), Qt::CaseInsensitive)) {
-      e.arrayInvalidFileName.append(record->filePath);
-      e.invalidNames.insert(record->filePath);
-      e.arrayAllErrors.append(record);
-      log("invalid file name", record->filePath);
-    } else if (record->occurenceCount >= 2) {
-      e.arrayDuplicateNames.append(record->filePath);
-      e.duplicateNames.insert(record->filePath);
-      e.arrayAllErrors.append(record);
-      log("duplicate file name", record->filePath);
-    } else if (missing[size_t(index)]) {
-      e.arrayFileNotFound.append(record->oldFilePath);
-      e.notFound.insert(record->oldFilePath);
-      e.arrayAllErrors.append(record);
-      log("files not found", record->oldFilePath);
-    } else if (owerwriteExistingFiles) {
-      continue;
-    } else if (record->fileAlreadyExistAtPath) {
-      e.arrayFileAlreadyExists.append(record->filePath);
-      e.alreadyExists.insert(record->filePath);
-      e.arrayAllWarnings.append(record);
-      log("files already exists", record->filePath);
-    }
+      e.consoleLines.append(QLatin1String(finding.finding) + QStringLiteral(" == ") + path);
   }
   return e;
 }
