@@ -2,6 +2,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QRegularExpression>
 
 #include <atomic>
@@ -112,6 +113,43 @@ bool writeFile(const QString &path, QByteArrayView bytes, QString *reason) {
     return false;
   }
   return writeAndClose(fd, bytes, reason);
+}
+
+bool writeInPlace(const QString &finalPath, QByteArrayView bytes, bool replace, QString *reason,
+                  bool *alreadyExists) {
+  if (alreadyExists)
+    *alreadyExists = false;
+  const QString folder = QFileInfo(finalPath).absolutePath();
+  if (!replace) {
+    // A file without a name until it is complete: one link puts it in place, failing when
+    // the name is taken, and nothing is left behind if the process dies.
+    const int fd = ::open(native(folder).constData(), O_TMPFILE | O_WRONLY | O_CLOEXEC, 0666);
+    if (fd >= 0) {
+      if (!writeAll(fd, bytes)) {
+        if (reason)
+          *reason = errorText(errno);
+        ::close(fd);
+        return false;
+      }
+      const QByteArray self = "/proc/self/fd/" + QByteArray::number(fd);
+      const bool linked = ::linkat(AT_FDCWD, self.constData(), AT_FDCWD,
+                                   native(finalPath).constData(), AT_SYMLINK_FOLLOW) == 0;
+      const int error = errno;
+      ::close(fd);
+      if (linked)
+        return true;
+      if (error == EEXIST) {
+        if (alreadyExists)
+          *alreadyExists = true;
+        if (reason)
+          *reason = errorText(error);
+        return false;
+      }
+      // No /proc, or a file system that cannot link: the named way below.
+    }
+  }
+  const QString temporary = writeTemporaryFile(folder, bytes, reason);
+  return !temporary.isEmpty() && commit(temporary, finalPath, replace, reason, alreadyExists);
 }
 
 bool commit(const QString &temporary, const QString &finalPath, bool replace, QString *reason,

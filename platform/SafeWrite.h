@@ -27,6 +27,13 @@ bool writeFile(const QString &path, QByteArrayView bytes, QString *reason = null
 bool commit(const QString &temporary, const QString &finalPath, bool replace,
             QString *reason = nullptr, bool *alreadyExists = nullptr);
 
+// bytes as the new file finalPath, which never exists half-written. With replace off an
+// existing finalPath is never replaced (*alreadyExists is set) and the file is made without
+// a name and linked in place once complete where the file system allows; otherwise it goes
+// through a temporary file and commit. False (with *reason) when nothing was put in place.
+bool writeInPlace(const QString &finalPath, QByteArrayView bytes, bool replace,
+                  QString *reason = nullptr, bool *alreadyExists = nullptr);
+
 // Removes the temporary files in folder whose writing process is gone; returns how many.
 int removeStaleTemporaryFiles(const QString &folder);
 

@@ -179,12 +179,8 @@ std::optional<EncodedFile> ImageWriter::encodeAhead(const VImage &image, const Q
 bool ImageWriter::commitStill(const EncodedFile &encoded, const QString &newPath, QString *reason,
                               bool *alreadyExists) {
   logLine(QStringLiteral("save image at path %1").arg(newPath));
-  const QString temporary = platform::SafeWrite::writeTemporaryFile(
-      QFileInfo(newPath).absolutePath(), encoded.bytes(), reason);
-  if (temporary.isEmpty())
-    return false;
-  return platform::SafeWrite::commit(temporary, newPath, settings.owerwriteExistingFiles, reason,
-                                     alreadyExists);
+  return platform::SafeWrite::writeInPlace(newPath, encoded.bytes(),
+                                           settings.owerwriteExistingFiles, reason, alreadyExists);
 }
 
 bool ImageWriter::saveImageUsingDefaultMethodInDirectoryFilteredImg(
