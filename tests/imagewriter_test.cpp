@@ -276,6 +276,35 @@ TEST(WriterCompression, EffortShrinksPngAndStopRemovesTheOutput) {
   EXPECT_EQ(stopped, 1);
 }
 
+// The last step of every still output: a name that is taken stays as it was unless replacing
+// is asked for, and no file is left behind either way.
+TEST(SafeWrite, WriteInPlaceNeverReplacesUnlessAskedAndLeavesNothingBehind) {
+  QTemporaryDir dir;
+  const QString taken = testenv::writeFile(dir.filePath("taken.jpg"), "someone else's");
+  QString reason;
+  bool alreadyExists = false;
+  EXPECT_FALSE(platform::SafeWrite::writeInPlace(taken, "new", false, &reason, &alreadyExists));
+  EXPECT_TRUE(alreadyExists);
+  EXPECT_FALSE(reason.isEmpty());
+  EXPECT_EQ(head(taken), "someone else's");
+
+  EXPECT_TRUE(platform::SafeWrite::writeInPlace(taken, "new", true, &reason, &alreadyExists));
+  EXPECT_FALSE(alreadyExists);
+  EXPECT_EQ(head(taken), "new");
+
+  const QString fresh = dir.filePath("fresh.jpg");
+  EXPECT_TRUE(platform::SafeWrite::writeInPlace(fresh, QByteArray(300000, 'x'), false));
+  EXPECT_EQ(head(fresh).size(), 300000);
+  struct stat info;
+  ASSERT_EQ(::stat(QFile::encodeName(fresh).constData(), &info), 0);
+  EXPECT_EQ(info.st_mode & 0777, platform::SafeWrite::newFileMode());
+
+  reason.clear();
+  EXPECT_FALSE(platform::SafeWrite::writeInPlace(dir.filePath("gone/x.jpg"), "x", false, &reason));
+  EXPECT_FALSE(reason.isEmpty());
+  EXPECT_EQ(QDir(dir.path()).entryList(QDir::Files | QDir::Hidden).size(), 2);
+}
+
 TEST(SafeWrite, StaleTemporaryFilesOfDeadProcessesAreRemoved) {
   QTemporaryDir dir;
   testenv::writeFile(dir.filePath(".quillmere-999999999-3.part"), "half");
