@@ -170,10 +170,11 @@ void BatchRun::runLoop(const QList<std::shared_ptr<PhotoFile>> &batch, qint64 st
   qint64 next = start;
   const auto topUp = [&](qint64 upTo) {
     for (; next < batch.size() && next <= upTo; ++next) {
+      // What a worker needs of the run's lists is read here, on this thread.
       auto task = std::make_shared<std::packaged_task<PreparedPhoto()>>(
-          [this, &skips, photo = batch.at(next), index = next, encode] {
-            return preparePhoto(photo, index, skips, encode);
-          });
+          [this, &skips, photo = batch.at(next), newPath = destinationPathAt(next),
+           repType = representationTypeOf(batch.at(next)),
+           encode] { return preparePhoto(photo, newPath, repType, skips, encode); });
       window.push_back(task->get_future());
       workers.start([task] { (*task)(); });
     }
@@ -194,7 +195,8 @@ void BatchRun::runLoop(const QList<std::shared_ptr<PhotoFile>> &batch, qint64 st
       prepared = window.front().get();
       window.pop_front();
     } else {
-      prepared = preparePhoto(photo, i, skips, false);
+      prepared =
+          preparePhoto(photo, destinationPathAt(i), representationTypeOf(photo), skips, false);
     }
     if (depth > 0)
       topUp(i + depth);
@@ -216,6 +218,12 @@ bool BatchRun::SkipLookup::passesOver(const QString &sourcePath, const QString &
          invalid.contains(newPath) || empty.contains(newPath) || alreadyExists.contains(newPath);
 }
 
+int BatchRun::representationTypeOf(const std::shared_ptr<PhotoFile> &photo) const {
+  return photo ? representationType(settings.outputFormat, delegate_->arrFileFormatsSupported,
+                                    photo->fileExtension)
+               : 0;
+}
+
 QString BatchRun::destinationPathAt(qint64 index) const {
   const auto &destinations = delegate_->arrayDestinationPaths;
   if (index < destinations.size() && destinations.at(index))
@@ -224,19 +232,16 @@ QString BatchRun::destinationPathAt(qint64 index) const {
 }
 
 BatchRun::PreparedPhoto BatchRun::preparePhoto(const std::shared_ptr<PhotoFile> &photo,
-                                               qint64 index, const SkipLookup &skips,
-                                               bool encode) const {
+                                               const QString &newPath, int repType,
+                                               const SkipLookup &skips, bool encode) const {
   PreparedPhoto prepared;
   if (!photo)
     return prepared;
-  const QString newPath = destinationPathAt(index);
   // A photo that its checks pass over is not read at all.
   if (skips.passesOver(photo->filePath, newPath))
     return prepared;
   if (encode) {
     // Streamed from the file into the encoder: no copy of the pixels is kept.
-    const int repType = representationType(
-        settings.outputFormat, delegate_->arrFileFormatsSupported, photo->fileExtension);
     const std::optional<QVariantMap> properties = ImageProcessing::exifForFile(photo->filePath);
     if (std::optional<vips::VImage> image =
             Utils::sharedUtils().uprightImageFromUrl(photo->fileURL, properties))
@@ -358,8 +363,7 @@ void BatchRun::processFileFromBunch(const std::shared_ptr<PhotoFile> &photo, qin
       filters.append(filters.takeAt(i));
   }
 
-  const int repType = representationType(settings.outputFormat, delegate_->arrFileFormatsSupported,
-                                         photo->fileExtension);
+  const int repType = representationTypeOf(photo);
 
   if (delegate_->isPHOTOS_PROCESSING_IN_PROGERESS) {
     errno = 0;

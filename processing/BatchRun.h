@@ -201,9 +201,11 @@ private:
     std::optional<vips::VImage> image;
     std::optional<EncodedFile> encoded;
   };
-  PreparedPhoto preparePhoto(const std::shared_ptr<PhotoFile> &photo, qint64 index,
-                             const SkipLookup &skips, bool encode) const;
+  // Runs on a worker: it reads only its arguments, the photo and the run's settings.
+  PreparedPhoto preparePhoto(const std::shared_ptr<PhotoFile> &photo, const QString &newPath,
+                             int repType, const SkipLookup &skips, bool encode) const;
   QString destinationPathAt(qint64 index) const;
+  int representationTypeOf(const std::shared_ptr<PhotoFile> &photo) const;
   // One photo's turn with what was made of it beforehand.
   void processFileFromBunch(const std::shared_ptr<PhotoFile> &photo, qint64 index,
                             PreparedPhoto prepared, const SkipLookup &skips);
