@@ -6,6 +6,7 @@
 #include "intake/ImageFileInfo.h"
 #include "intake/PhotoFile.h"
 #include "metadata/ExifInfo.h"
+#include "platform/EpsRenderer.h"
 #include "platform/RawDecoder.h"
 #include "processing/ProcessingLog.h"
 
@@ -136,8 +137,12 @@ std::optional<VImage> Utils::uprightImageFromUrl(const QString &path,
   const std::shared_ptr<ExifInfo> info = ExifInfo::initWithDict(properties);
   VImage image;
   try {
-    if (platform::RawDecoder::isRawExtension(QFileInfo(path).suffix())) {
-      std::optional<VImage> developed = platform::RawDecoder::decode(path);
+    const QString extension = QFileInfo(path).suffix();
+    if (platform::RawDecoder::isRawExtension(extension) ||
+        platform::EpsRenderer::isEpsExtension(extension)) {
+      std::optional<VImage> developed = platform::RawDecoder::isRawExtension(extension)
+                                            ? platform::RawDecoder::decode(path)
+                                            : platform::EpsRenderer::render(path);
       if (!developed)
         return std::nullopt;
       image = *developed;

@@ -5,6 +5,7 @@
 #include "tests/support/TestEnv.h"
 
 #include <QFile>
+#include <QStandardPaths>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
@@ -130,6 +131,27 @@ TEST(Loader, DamagedAndMissingFilesGiveNothingOrAPicture) {
       Utils::sharedUtils().getImageWithFixedOrientionFromUrl(dir.filePath("none.jpg")).has_value());
   EXPECT_EQ(Utils::sharedUtils().getImageOriginalSizeAtFilePathUrl(dir.filePath("none.jpg")),
             QSizeF(0, 0));
+}
+
+// EPS is drawn by Ghostscript at 72 dpi within its bounding box: a red box of 100 x 50 points
+// over a white page is a red picture of 100 x 50 pixels. A file that is not PostScript fails.
+TEST(Loader, EpsDrawnWithinItsBoundingBox) {
+  if (QStandardPaths::findExecutable("gs").isEmpty())
+    GTEST_SKIP() << "Ghostscript is not installed";
+  QTemporaryDir dir;
+  const QString eps = testenv::writeFile(dir.filePath("box.eps"),
+                                         "%!PS-Adobe-3.0 EPSF-3.0\n%%BoundingBox: 10 10 110 60\n"
+                                         "1 0 0 setrgbcolor 10 10 100 50 rectfill\nshowpage\n");
+  const std::optional<VImage> image = Utils::sharedUtils().getImageWithFixedOrientionFromUrl(eps);
+  ASSERT_TRUE(image.has_value());
+  EXPECT_EQ(image->width(), 100);
+  EXPECT_EQ(image->height(), 50);
+  EXPECT_EQ(image->bands(), 3);
+  const std::vector<double> centre = image->getpoint(50, 25);
+  EXPECT_EQ(centre, (std::vector<double>{255, 0, 0}));
+
+  const QString notPostScript = testenv::writeFile(dir.filePath("fake.eps"), "GIF89a");
+  EXPECT_FALSE(Utils::sharedUtils().getImageWithFixedOrientionFromUrl(notPostScript).has_value());
 }
 
 TEST(Sizes, ScaleFitThumbnailAndFill) {

@@ -3,7 +3,8 @@
 # application's own output stays clean.
 
 QUILLMERE_PACKAGES=(cmake ninja-build g++ pkg-config libgtest-dev qt6-base-dev libvips-dev
-  libexiv2-dev libqpdf-dev libicu-dev libplist-dev libraw-dev libheif-dev locales tzdata)
+  libexiv2-dev libqpdf-dev libicu-dev libplist-dev libraw-dev libheif-dev ghostscript locales
+  tzdata)
 QUILLMERE_TEST_PACKAGES=(libvips-tools libimage-exiftool-perl poppler-utils xvfb xauth imagemagick)
 
 quillmere_install() {
