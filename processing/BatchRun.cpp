@@ -153,12 +153,11 @@ void BatchRun::processFilesInBatch(QList<std::shared_ptr<PhotoFile>> batch) {
 
 void BatchRun::runLoop(const QList<std::shared_ptr<PhotoFile>> &batch, qint64 start) {
   bool brokeOnFlag = false;
-  // Photos are made ready ahead of their turn, each on a worker of its own: decoded and, for
-  // most outputs, encoded in memory. Their writes, the checks before them and their reports
-  // stay in batch order on this thread. Two workers a core: a worker's pipeline waits on its
-  // own hand-offs between threads, and the other worker fills the core meanwhile.
+  // Photos are made ready ahead of their turn, each on a worker of its own, as many at once
+  // as there are cores: decoded and, for most outputs, encoded in memory. Their writes, the
+  // checks before them and their reports stay in batch order on this thread.
   const int ahead =
-      prefetchNextPhoto && mayPrefetch(batch) ? 2 * std::max(1, QThread::idealThreadCount()) : 0;
+      prefetchNextPhoto && mayPrefetch(batch) ? std::max(1, QThread::idealThreadCount()) : 0;
   // A photo shrunk for the screen's scale in its turn cannot be encoded before it.
   const bool encode = ahead > 0 && (!scaleFactorReader || int(scaleFactorReader()) < 2);
   const SkipLookup skips = skipLookup();
