@@ -83,6 +83,9 @@ struct Timing {
 
 // Runs a shell command line and times it; the peak memory of the largest process with it.
 Timing timeShell(const QString &command) {
+  // The gigabytes the TIFF rows leave to be written back would otherwise slow whichever tool
+  // comes next: every tool starts with nothing left to flush.
+  ::sync();
   QProcess process;
   const QString rss = QDir::tempPath() + "/bench_convert_rss";
   process.setProgram("/bin/bash");
