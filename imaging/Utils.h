@@ -88,13 +88,10 @@ public:
                                  const vips::VImage &bitmap, const QVariantMap &exifDict,
                                  float factor, int orientation, const QString &sourcePath,
                                  QString *reason = nullptr);
-  // Encodes pixels only (no metadata) into path as representation type repType, whatever
-  // path's extension. compressionLevel -1 writes the format's plain form; 0-9 is the
-  // compressor's effort (PNG zlib level; TIFF 1-4 LZW, 5-9 deflate, both with the
+  // Pixels only (no metadata) encoded in memory as representation type repType; none (with
+  // *reason) when they cannot be encoded. compressionLevel -1 gives the format's plain form;
+  // 0-9 is the compressor's effort (PNG zlib level; TIFF 1-4 LZW, 5-9 deflate, both with the
   // horizontal predictor; GIF palette effort 1-10; no effect on the other types).
-  static bool encodeImage(const vips::VImage &image, const QString &path, int repType, float factor,
-                          int compressionLevel, QString *reason = nullptr);
-  // The file encodeImage writes, in memory; none (with *reason) when it cannot be encoded.
   static std::optional<EncodedFile> encodeImageToBuffer(const vips::VImage &image, int repType,
                                                         float factor, int compressionLevel,
                                                         QString *reason = nullptr);

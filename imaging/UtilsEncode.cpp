@@ -106,13 +106,6 @@ std::optional<EncodedFile> Utils::encodeImageToBuffer(const VImage &input, int r
   }
 }
 
-bool Utils::encodeImage(const VImage &input, const QString &path, int repType, float factor,
-                        int compressionLevel, QString *reason) {
-  const std::optional<EncodedFile> encoded =
-      encodeImageToBuffer(input, repType, factor, compressionLevel, reason);
-  return encoded && platform::SafeWrite::writeFile(path, encoded->bytes(), reason);
-}
-
 std::optional<EncodedFile> Utils::encodeWithProperties(int repType, const VImage &bitmap,
                                                        const QVariantMap &exifDict, float factor,
                                                        int compressionLevel,

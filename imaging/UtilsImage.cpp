@@ -138,14 +138,13 @@ std::optional<VImage> Utils::uprightImageFromUrl(const QString &path,
   VImage image;
   try {
     const QString extension = QFileInfo(path).suffix();
-    if (platform::RawDecoder::isRawExtension(extension) ||
-        platform::EpsRenderer::isEpsExtension(extension)) {
-      std::optional<VImage> developed = platform::RawDecoder::isRawExtension(extension)
-                                            ? platform::RawDecoder::decode(path)
-                                            : platform::EpsRenderer::render(path);
-      if (!developed)
+    const bool raw = platform::RawDecoder::isRawExtension(extension);
+    if (raw || platform::EpsRenderer::isEpsExtension(extension)) {
+      std::optional<VImage> drawn =
+          raw ? platform::RawDecoder::decode(path) : platform::EpsRenderer::render(path);
+      if (!drawn)
         return std::nullopt;
-      image = *developed;
+      image = *drawn;
     } else {
       // Read once from start to end, straight into whatever takes the pixels; a photo to be
       // turned needs all of them first.

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <QByteArray>
 #include <QByteArrayView>
 
 #include <memory>
@@ -11,8 +10,6 @@
 class EncodedFile {
 public:
   EncodedFile() = default;
-  explicit EncodedFile(QByteArray bytes)
-      : EncodedFile(std::make_shared<const QByteArray>(std::move(bytes))) {}
   // data and size stay valid for as long as owner lives.
   EncodedFile(std::shared_ptr<const void> owner, const char *data, qsizetype size)
       : owner_(std::move(owner)), data_(data), size_(size) {}
@@ -21,9 +18,6 @@ public:
   qsizetype size() const { return size_; }
 
 private:
-  explicit EncodedFile(std::shared_ptr<const QByteArray> bytes)
-      : EncodedFile(bytes, bytes->constData(), bytes->size()) {}
-
   std::shared_ptr<const void> owner_;
   const char *data_ = nullptr;
   qsizetype size_ = 0;

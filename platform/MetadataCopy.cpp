@@ -53,9 +53,6 @@ bool describesSourcePixels(const Exiv2::Exifdatum &datum) {
          (group.rfind("Image", 0) == 0 && group != "Image");
 }
 
-} // namespace
-
-namespace {
 
 // The source's metadata made fit for an output of the given size; false when the source has
 // none that Exiv2 can read. Other Exiv2 failures are thrown.
@@ -110,26 +107,6 @@ void replaceMetadata(Exiv2::Image &out, const Exiv2::ExifData &exif, const Exiv2
 }
 
 } // namespace
-
-bool copy(const QString &source, const QString &destination, const Options &options,
-          QString *reason) {
-  ensureExiv2Initialized();
-  Exiv2::ExifData exif;
-  Exiv2::IptcData iptc;
-  Exiv2::XmpData xmp;
-  try {
-    // Nothing readable to carry: the output simply goes without.
-    if (!carriedMetadata(source, options, &exif, &iptc, &xmp))
-      return true;
-    Exiv2::Image::AutoPtr out = Exiv2::ImageFactory::open(nativePath(destination));
-    replaceMetadata(*out, exif, iptc, xmp);
-    return true;
-  } catch (const std::exception &error) {
-    if (reason)
-      *reason = QString::fromLocal8Bit(error.what());
-    return false;
-  }
-}
 
 bool copyIntoEncoded(const QString &source, EncodedFile *encoded, const Options &options,
                      QString *reason) {

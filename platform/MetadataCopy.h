@@ -15,12 +15,10 @@ struct Options {
   int pixelHeight = 0;
 };
 
-// False (with *reason) when the destination could not be rewritten; a source without
-// readable metadata is not an error: there is simply nothing to carry.
-bool copy(const QString &source, const QString &destination, const Options &options,
-          QString *reason = nullptr);
-// The same for an output still in memory, replaced by the rewritten file, so the file is
-// written once, metadata and all.
+// Replaces the encoded output with the same file carrying the source's metadata, rewritten
+// in memory so the file is written once, metadata and all. False (with *reason) when the
+// output could not be rewritten; a source without readable metadata is not an error: there
+// is simply nothing to carry.
 bool copyIntoEncoded(const QString &source, EncodedFile *encoded, const Options &options,
                      QString *reason = nullptr);
 

@@ -308,14 +308,6 @@ int BatchRun::representationType(qint32 outputFormat, const QStringList &formats
   return position - 1;
 }
 
-void BatchRun::processFileFromBunch(const std::shared_ptr<PhotoFile> &photo, qint64 index) {
-  if (!photo)
-    return;
-  PreparedPhoto prepared;
-  prepared.image = Utils::sharedUtils().getImageWithFixedOrientionFromUrl(photo->fileURL);
-  processFileFromBunch(photo, index, std::move(prepared), skipLookup());
-}
-
 void BatchRun::processFileFromBunch(const std::shared_ptr<PhotoFile> &photo, qint64 index,
                                     PreparedPhoto prepared, const SkipLookup &skips) {
   if (!photo)

@@ -104,7 +104,6 @@ public:
 
   // --- The loop ---
   void processFilesInBatch(QList<std::shared_ptr<PhotoFile>> batch);
-  void processFileFromBunch(const std::shared_ptr<PhotoFile> &photo, qint64 index);
   // Records one photo's result; runs on the owning thread. written tells whether a write
   // completed: such a result is recorded even when a stop is pending.
   // produced tells whether that write put a file in place.
