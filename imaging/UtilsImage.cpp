@@ -7,6 +7,7 @@
 #include "intake/PhotoFile.h"
 #include "metadata/ExifInfo.h"
 #include "platform/EpsRenderer.h"
+#include "platform/JpegLoad.h"
 #include "platform/RawDecoder.h"
 #include "processing/ProcessingLog.h"
 
@@ -27,6 +28,32 @@ QByteArray fileName(const QString &path) {
 } // namespace
 
 namespace {
+
+// libvips takes a JPEG's resolution from its EXIF block when the block states all of it. The
+// block is not given to libvips, so the same rule is applied here from the properties.
+void applyExifResolution(VImage &image, const QVariantMap &properties) {
+  const QVariantMap tiff = properties.value(QStringLiteral("{TIFF}")).toMap();
+  const QVariant x = tiff.value(QStringLiteral("XResolution"));
+  const QVariant y = tiff.value(QStringLiteral("YResolution"));
+  const QVariant unit = tiff.value(QStringLiteral("ResolutionUnit"));
+  if (!x.isValid() || !y.isValid() || !unit.isValid() || x.toDouble() <= 0 || y.toDouble() <= 0)
+    return;
+  double perMillimetre = 0;
+  switch (unit.toInt()) {
+  case 2:
+    perMillimetre = 25.4;
+    image.set(VIPS_META_RESOLUTION_UNIT, "in");
+    break;
+  case 3:
+    perMillimetre = 10.0;
+    image.set(VIPS_META_RESOLUTION_UNIT, "cm");
+    break;
+  default: // 1 gives only the pixels' aspect ratio
+    return;
+  }
+  image.get_image()->Xres = x.toDouble() / perMillimetre;
+  image.get_image()->Yres = y.toDouble() / perMillimetre;
+}
 
 bool isEightBitRgb(const VImage &image) {
   return image.format() == VIPS_FORMAT_UCHAR &&
@@ -148,9 +175,21 @@ std::optional<VImage> Utils::uprightImageFromUrl(const QString &path,
     } else {
       // Read once from start to end, straight into whatever takes the pixels; a photo to be
       // turned needs all of them first.
-      image = VImage::new_from_file(fileName(path).constData(),
-                                    VImage::option()->set("access", VIPS_ACCESS_SEQUENTIAL));
-      if (info && info->orientation != 1 && vips_image_get_orientation(image.get_image()) > 1)
+      int orientation = 1;
+      if (std::optional<VImage> jpeg = platform::JpegLoad::openSequential(path)) {
+        image = *jpeg;
+        if (properties)
+          applyExifResolution(image, *properties);
+        if (info && info->orientation >= 2 && info->orientation <= 8) {
+          orientation = info->orientation;
+          image.set(VIPS_META_ORIENTATION, orientation);
+        }
+      } else {
+        image = VImage::new_from_file(fileName(path).constData(),
+                                      VImage::option()->set("access", VIPS_ACCESS_SEQUENTIAL));
+        orientation = vips_image_get_orientation(image.get_image());
+      }
+      if (info && info->orientation != 1 && orientation > 1)
         image = image.copy_memory().autorot();
     }
   } catch (const vips::VError &) {

@@ -1,13 +1,16 @@
 // The image utilities by invariants: exact sizes, upright pixels compared with the
 // orientation-1 sample, and every colour model made 8-bit sRGB.
 #include "imaging/Utils.h"
+#include "platform/JpegLoad.h"
 
 #include "tests/support/TestEnv.h"
 
+#include <QDir>
 #include <QFile>
 #include <QStandardPaths>
 #include <QTemporaryDir>
 
+#include <exiv2/exiv2.hpp>
 #include <gtest/gtest.h>
 
 #include <vips/vips8>
@@ -131,6 +134,82 @@ TEST(Loader, DamagedAndMissingFilesGiveNothingOrAPicture) {
       Utils::sharedUtils().getImageWithFixedOrientionFromUrl(dir.filePath("none.jpg")).has_value());
   EXPECT_EQ(Utils::sharedUtils().getImageOriginalSizeAtFilePathUrl(dir.filePath("none.jpg")),
             QSizeF(0, 0));
+}
+
+// A JPEG reaches the decoder without its EXIF block, yet loads as libvips loads the whole
+// file: same pixels, same resolution and unit (taken from the EXIF block when it states
+// them), turned by the same orientation.
+TEST(Loader, JpegWithoutItsExifBlockLoadsAsTheWholeFile) {
+  QDir samples(testenv::photosDir() + "/jpg");
+  QStringList paths;
+  for (const QString &folder : {QString("."), QString("exif-org"), QString("orientation")})
+    for (const QString &name : QDir(samples.filePath(folder)).entryList({"*.jpg"}, QDir::Files))
+      paths << samples.filePath(folder + "/" + name);
+  ASSERT_GT(paths.size(), 20);
+  int compared = 0;
+  for (const QString &path : paths) {
+    SCOPED_TRACE(path.toStdString());
+    VImage whole;
+    try {
+      whole = load(path).autorot();
+      whole.avg(); // damaged samples fail here and are left out
+    } catch (const vips::VError &) {
+      continue;
+    }
+    std::optional<VImage> ours = Utils::sharedUtils().getImageWithFixedOrientionFromUrl(path);
+    ASSERT_TRUE(ours.has_value());
+    ASSERT_EQ(ours->width(), whole.width());
+    ASSERT_EQ(ours->height(), whole.height());
+    EXPECT_DOUBLE_EQ(ours->xres(), whole.xres());
+    EXPECT_DOUBLE_EQ(ours->yres(), whole.yres());
+    const auto unit = [](const VImage &image) {
+      const char *text = nullptr;
+      vips_image_get_string(image.get_image(), VIPS_META_RESOLUTION_UNIT, &text);
+      return std::string(text ? text : "");
+    };
+    EXPECT_EQ(unit(*ours), unit(whole));
+    if (whole.bands() == 3) {
+      EXPECT_EQ(meanDifference(*ours, whole), 0.0);
+    }
+    ++compared;
+  }
+  EXPECT_GT(compared, 20);
+}
+
+// Only the EXIF segments go: the JFIF, comment, XMP and ICC segments and the scan stay, and
+// anything that is not a JPEG header passes unchanged.
+TEST(Loader, ExifSegmentsRemovedAndNothingElse) {
+  QFile file(testenv::photosDir() + "/jpg/Nikon_D70.jpg");
+  ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+  const QByteArray original = file.readAll();
+  const QByteArray stripped = platform::JpegLoad::withoutExifSegments(original);
+  ASSERT_LT(stripped.size(), original.size());
+  EXPECT_TRUE(original.endsWith(stripped.mid(stripped.indexOf("\xFF\xDB"))));
+  EXPECT_EQ(stripped.indexOf(QByteArray("Exif\0\0", 6)), -1);
+  EXPECT_NE(stripped.indexOf("http://ns.adobe.com/xap/1.0/"), -1);
+  EXPECT_NE(stripped.indexOf("ICC_PROFILE"), -1);
+
+  auto exifOf = [](const QByteArray &bytes) {
+    auto image = Exiv2::ImageFactory::open(reinterpret_cast<const Exiv2::byte *>(bytes.data()),
+                                           long(bytes.size()));
+    image->readMetadata();
+    return std::make_pair(image->exifData().count(), image->xmpData().count());
+  };
+  EXPECT_GT(exifOf(original).first, 0);
+  EXPECT_EQ(exifOf(stripped).first, 0);
+  EXPECT_EQ(exifOf(stripped).second, exifOf(original).second);
+
+  const VImage before = VImage::new_from_buffer(original.data(), size_t(original.size()), "");
+  const VImage after = VImage::new_from_buffer(stripped.data(), size_t(stripped.size()), "");
+  EXPECT_EQ(meanDifference(before, after), 0.0);
+  EXPECT_TRUE(after.get_typeof(VIPS_META_ICC_NAME));
+  EXPECT_FALSE(after.get_typeof(VIPS_META_EXIF_NAME));
+
+  const QByteArray notJpeg("\x89PNG\r\n\x1a\nExif", 12);
+  EXPECT_EQ(platform::JpegLoad::withoutExifSegments(notJpeg), notJpeg);
+  // A segment whose length runs past the end is left alone, not cut.
+  const QByteArray cut = original.left(40);
+  EXPECT_EQ(platform::JpegLoad::withoutExifSegments(cut), cut);
 }
 
 // EPS is drawn by Ghostscript at 72 dpi within its bounding box: a red box of 100 x 50 points
