@@ -14,6 +14,8 @@ public:
   bool ok() const { return ok_; }
 
 private:
+  static void useTallerStrips();
+
   bool ok_ = false;
 };
 

@@ -277,3 +277,13 @@ TEST(Steps, OnlySwitchedOnFiltersCount) {
 }
 
 } // namespace
+
+// The session sets libvips' strips to 64 lines through its option table; a libvips that
+// renamed the option would silently fall back to 16.
+TEST(Pipeline, StripsAreSixtyFourLinesTall) {
+  const VImage strip = VImage::black(640, 480).copy_memory();
+  int tileWidth = 0, tileHeight = 0, lines = 0;
+  vips_get_tile_size(strip.get_image(), &tileWidth, &tileHeight, &lines);
+  EXPECT_EQ(tileWidth, 640);
+  EXPECT_EQ(tileHeight, 64);
+}
