@@ -153,8 +153,8 @@ void BatchRun::processFilesInBatch(QList<std::shared_ptr<PhotoFile>> batch) {
 
 void BatchRun::runLoop(const QList<std::shared_ptr<PhotoFile>> &batch, qint64 start) {
   bool brokeOnFlag = false;
-  // Photos are made ready ahead of their turn, each on a worker of its own, as many at once
-  // as there are cores: decoded and, for most outputs, encoded in memory. Their writes, the
+  // Photos are made ready ahead of their turn, each on a worker of its own, one more at once
+  // than there are cores: decoded and, for most outputs, encoded in memory. Their writes, the
   // checks before them and their reports stay in batch order on this thread.
   const int ahead =
       prefetchNextPhoto && mayPrefetch(batch) ? std::max(1, QThread::idealThreadCount()) : 0;
@@ -165,7 +165,9 @@ void BatchRun::runLoop(const QList<std::shared_ptr<PhotoFile>> &batch, qint64 st
   if (ahead > 1)
     oneThreadEach.emplace(1);
   QThreadPool workers;
-  workers.setMaxThreadCount(std::max(1, ahead));
+  // One worker more than there are cores: each libvips pipeline waits on its own threads' hand-offs
+  // now and then, and a spare photo in progress keeps every core busy meanwhile.
+  workers.setMaxThreadCount(std::max(1, ahead + 1));
   std::deque<std::future<PreparedPhoto>> window; // photos next - window.size() ... next - 1
   qint64 next = start;
   const auto topUp = [&](qint64 upTo) {
@@ -180,7 +182,7 @@ void BatchRun::runLoop(const QList<std::shared_ptr<PhotoFile>> &batch, qint64 st
     }
   };
   // One photo more than there are workers, so a worker that finishes early starts the next.
-  const qint64 depth = ahead > 0 ? ahead + 1 : 0;
+  const qint64 depth = ahead > 0 ? ahead + 2 : 0;
   topUp(start + depth - 1);
   for (qint64 i = start; i < batch.size(); ++i) {
     // A cleared run flag passes over every photo left; stopping here is the same. Photos
