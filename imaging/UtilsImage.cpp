@@ -161,7 +161,14 @@ std::optional<VImage> Utils::uprightImageFromUrl(const QString &path,
   // One reading of the file's properties serves every step. The photo is decoded at its full
   // upright size, which is the width-fitted size the properties give, so the file's size
   // need not be looked up again.
-  const std::shared_ptr<ExifInfo> info = ExifInfo::initWithDict(properties);
+  // Only two of the properties matter here, read straight from the dictionary: the full
+  // record also parses every date, a noticeable share of a small photo's time.
+  const QVariantMap none;
+  const QVariantMap &dict = properties ? *properties : none;
+  const QVariantMap tiff = dict.value(QStringLiteral("{TIFF}")).toMap();
+  const int fileOrientation =
+      tiff.isEmpty() ? -1 : tiff.value(QStringLiteral("Orientation")).toInt();
+  const bool grey = dict.value(QStringLiteral("ColorModel")).toString() == QLatin1String("Gray");
   VImage image;
   try {
     const QString extension = QFileInfo(path).suffix();
@@ -180,8 +187,8 @@ std::optional<VImage> Utils::uprightImageFromUrl(const QString &path,
         image = *jpeg;
         if (properties)
           applyExifResolution(image, *properties);
-        if (info && info->orientation >= 2 && info->orientation <= 8) {
-          orientation = info->orientation;
+        if (fileOrientation >= 2 && fileOrientation <= 8) {
+          orientation = fileOrientation;
           image.set(VIPS_META_ORIENTATION, orientation);
         }
       } else {
@@ -189,14 +196,14 @@ std::optional<VImage> Utils::uprightImageFromUrl(const QString &path,
                                       VImage::option()->set("access", VIPS_ACCESS_SEQUENTIAL));
         orientation = vips_image_get_orientation(image.get_image());
       }
-      if (info && info->orientation != 1 && orientation > 1)
+      if (fileOrientation != 1 && orientation > 1)
         image = image.copy_memory().autorot();
     }
   } catch (const vips::VError &) {
     std::fputs("Image source is NULL.\n", stderr);
     return std::nullopt;
   }
-  if (info && info->colorModel == QLatin1String("Gray")) {
+  if (grey) {
     if (auto rgb = convertGraycolorModelToRgb(image))
       image = *rgb;
   }
