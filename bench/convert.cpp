@@ -113,6 +113,16 @@ QString fresh(const QString &folder) {
   return folder;
 }
 
+// Each peer starts right after the output of the tool before it, a row's worth of the same
+// files, is deleted; on a virtual machine, writing into memory just freed is markedly faster
+// than into memory not touched yet (3.6 GB of TIFFs: 8.4 s against 11 s). The first tool of a
+// row gets the same start from an untimed run of its own.
+void warmUp(const QString &command, const QString &out) {
+  fresh(out);
+  QProcess::execute("/bin/bash", {"-c", command});
+  fresh(out);
+}
+
 struct Row {
   QString name;
   int photos;
@@ -157,8 +167,10 @@ int main(int argc, char **argv) {
   auto bench = [&](const QString &name, const QString &in, int photos, const QString &format,
                    const QString &vipsSuffix, const QString &magickFormat) {
     Row row{name, photos, {}};
-    row.timings["quillmere"] = timeShell(q + " run --yes --copy " + fresh(out) + " --format " +
-                                         format + " " + in + " >/dev/null 2>&1");
+    const QString ours =
+        q + " run --yes --copy " + out + " --format " + format + " " + in + " >/dev/null 2>&1";
+    warmUp(ours, out);
+    row.timings["quillmere"] = timeShell(ours);
     if (have("vips")) {
       fresh(out);
       row.timings["vips x1"] = timeShell("for f in " + in + "/*.jpg; do vips autorot \"$f\" " +
@@ -184,8 +196,10 @@ int main(int argc, char **argv) {
   bench(QStringLiteral("12 MP JPEG -> TIFF (%1)").arg(big), bigIn, big, "tif", "tif", "tif");
   {
     Row row{QStringLiteral("small JPEG -> JPEG q82 (%1)").arg(small), small, {}};
-    row.timings["quillmere"] = timeShell(q + " run --yes --copy " + fresh(out) + " --format jpg " +
-                                         smallIn + " >/dev/null 2>&1");
+    const QString ours =
+        q + " run --yes --copy " + out + " --format jpg " + smallIn + " >/dev/null 2>&1";
+    warmUp(ours, out);
+    row.timings["quillmere"] = timeShell(ours);
     if (have("gm"))
       row.timings["gm"] = timeShell("cd " + smallIn + " && gm mogrify -output-directory " +
                                     fresh(out) + " -auto-orient -quality 82 -format jpg *.jpg");
