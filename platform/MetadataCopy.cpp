@@ -53,7 +53,6 @@ bool describesSourcePixels(const Exiv2::Exifdatum &datum) {
          (group.rfind("Image", 0) == 0 && group != "Image");
 }
 
-
 // The source's metadata made fit for an output of the given size; false when the source has
 // none that Exiv2 can read. Other Exiv2 failures are thrown.
 bool carriedMetadata(const QString &source, const Options &options, Exiv2::ExifData *exif,
