@@ -31,8 +31,8 @@ namespace {
 
 // libvips takes a JPEG's resolution from its EXIF block when the block states all of it. The
 // block is not given to libvips, so the same rule is applied here from the properties.
-void applyExifResolution(VImage &image, const QVariantMap &properties) {
-  const QVariantMap tiff = properties.value(QStringLiteral("{TIFF}")).toMap();
+// tiff is the properties' "{TIFF}" dictionary.
+void applyExifResolution(VImage &image, const QVariantMap &tiff) {
   const QVariant x = tiff.value(QStringLiteral("XResolution"));
   const QVariant y = tiff.value(QStringLiteral("YResolution"));
   const QVariant unit = tiff.value(QStringLiteral("ResolutionUnit"));
@@ -160,9 +160,9 @@ std::optional<VImage> Utils::uprightImageFromUrl(const QString &path,
                                                  const std::optional<QVariantMap> &properties) {
   // One reading of the file's properties serves every step. The photo is decoded at its full
   // upright size, which is the width-fitted size the properties give, so the file's size
-  // need not be looked up again.
-  // Only two of the properties matter here, read straight from the dictionary: the full
-  // record also parses every date, a noticeable share of a small photo's time.
+  // need not be looked up again. The few properties needed are read straight from the
+  // dictionary: the full record also parses every date, a noticeable share of a small
+  // photo's time.
   const QVariantMap none;
   const QVariantMap &dict = properties ? *properties : none;
   const QVariantMap tiff = dict.value(QStringLiteral("{TIFF}")).toMap();
@@ -185,8 +185,7 @@ std::optional<VImage> Utils::uprightImageFromUrl(const QString &path,
       int orientation = 1;
       if (std::optional<VImage> jpeg = platform::JpegLoad::openSequential(path)) {
         image = *jpeg;
-        if (properties)
-          applyExifResolution(image, *properties);
+        applyExifResolution(image, tiff);
         if (fileOrientation >= 2 && fileOrientation <= 8) {
           orientation = fileOrientation;
           image.set(VIPS_META_ORIENTATION, orientation);
