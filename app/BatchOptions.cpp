@@ -3,7 +3,7 @@
 #include "app/AppDelegate.h"
 #include "app/CommandLine.h"
 #include "intake/AddPhotosConsole.h"
-#include "intake/AddPhotosVC.h"
+#include "intake/PhotoIntake.h"
 #include "platform/Files.h"
 #include "platform/PropertyList.h"
 #include "platform/StandardFolders.h"
@@ -399,7 +399,7 @@ int buildBatch(const Parsed &parsed, QList<std::shared_ptr<PhotoFile>> *batch) {
     QTextStream stream(stderr);
     stream << line << "\n";
   });
-  AddPhotosVC engine(batch, &console);
+  PhotoIntake engine(batch, &console);
   QStringList paths;
   for (const QString &path : parsed.paths)
     paths.append(QDir::cleanPath(QDir::current().absoluteFilePath(path)));

@@ -5,7 +5,7 @@
 //
 // usage: bench_intake [photos=10000] [records=100000] [sample-photos-folder]
 
-#include "intake/AddPhotosVC.h"
+#include "intake/PhotoIntake.h"
 #include "intake/PhotoFile.h"
 #include "platform/VipsSession.h"
 
@@ -46,9 +46,9 @@ struct RunFigures {
 };
 
 RunFigures timeAdd(const QString &folder, bool parallel) {
-  AddPhotosVC::Batch batch;
+  PhotoIntake::Batch batch;
   Timing timing;
-  AddPhotosVC engine(&batch, &timing);
+  PhotoIntake engine(&batch, &timing);
   engine.setParallelReading(parallel);
   timing.clock.start();
   engine.btnAddPhotosTappedWithIndex(1, {folder});
@@ -104,8 +104,8 @@ int main(int argc, char **argv) {
 
   {
     // The record alone (file facts and image properties), one thread, for comparison.
-    AddPhotosVC::Batch unused;
-    AddPhotosVC lister(&unused, nullptr);
+    PhotoIntake::Batch unused;
+    PhotoIntake lister(&unused, nullptr);
     const QStringList paths = lister.listFolder(folder, true);
     QElapsedTimer records;
     records.start();
@@ -126,11 +126,11 @@ int main(int argc, char **argv) {
     if (link(source.constData(), name.constData()) != 0)
       QFile::copy(samples.first(), QFile::decodeName(name));
   }
-  AddPhotosVC::Batch batch;
+  PhotoIntake::Batch batch;
   Timing timing;
   const size_t before = heapInUse();
   {
-    AddPhotosVC engine(&batch, &timing);
+    PhotoIntake engine(&batch, &timing);
     timing.clock.start();
     engine.btnAddPhotosTappedWithIndex(0, {many});
     engine.waitForFinished();

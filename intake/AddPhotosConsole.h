@@ -1,6 +1,6 @@
 #pragma once
 
-#include "intake/AddPhotosVC.h"
+#include "intake/PhotoIntake.h"
 
 #include <functional>
 

@@ -2,7 +2,7 @@
 // folder: what is added, in which order, and exactly which messages the user sees.
 
 #include "intake/AddPhotosConsole.h"
-#include "intake/AddPhotosVC.h"
+#include "intake/PhotoIntake.h"
 #include "intake/ImageFileInfo.h"
 #include "intake/PhotoFile.h"
 #include "platform/StandardFolders.h"
@@ -85,9 +85,9 @@ QString panel(const AddPhotosProgress &p) {
 class AddRun : public ::testing::Test {
 protected:
   QTemporaryDir dir;
-  AddPhotosVC::Batch batch;
+  PhotoIntake::Batch batch;
   Recorder seen;
-  AddPhotosVC engine{&batch, &seen};
+  PhotoIntake engine{&batch, &seen};
 
   QString path(const QString &name) const { return dir.path() + '/' + name; }
   QString photo(const QString &name, const char *sample = kSmall) {
@@ -379,11 +379,11 @@ TEST_F(AddRun, ReadingAheadGivesTheSequentialResult) {
     else
       photo(name + ".jpg", i % 2 ? kOther : kThird);
   }
-  AddPhotosVC::Batch sequentialBatch;
+  PhotoIntake::Batch sequentialBatch;
   Recorder sequentialSeen;
-  AddPhotosVC sequential(&sequentialBatch, &sequentialSeen);
+  PhotoIntake sequential(&sequentialBatch, &sequentialSeen);
   sequential.setParallelReading(false);
-  for (AddPhotosVC *e : {&engine, &sequential}) {
+  for (PhotoIntake *e : {&engine, &sequential}) {
     e->btnAddPhotosTappedWithIndex(0, {path("mix/1/04.jpg")});
     e->waitForFinished();
     e->btnAddPhotosTappedWithIndex(1, {path("mix")});

@@ -1,4 +1,4 @@
-#include "intake/AddPhotosVC.h"
+#include "intake/PhotoIntake.h"
 
 #include "app/AppDelegate.h"
 #include "imaging/Utils.h"
@@ -70,7 +70,7 @@ const QSet<QString> &platformImageExtensions() {
 
 // What adding one file needs that does not depend on the batch: the type tests and the
 // record itself, so records can be read ahead of the ordered appending.
-struct AddPhotosVC::Candidate {
+struct PhotoIntake::Candidate {
   bool typeMatches = false;
   bool isImage = false;
   std::shared_ptr<PhotoFile> photo;
@@ -80,9 +80,9 @@ struct AddPhotosVC::Candidate {
 // Builds the candidates of a list of paths on a second thread, a bounded distance ahead of
 // the add loop; the loop builds any candidate the helper has not claimed yet itself, so both
 // cores read image properties while the photos are still appended in order.
-class AddPhotosVC::ReadAhead {
+class PhotoIntake::ReadAhead {
 public:
-  ReadAhead(const AddPhotosVC *engine, const QStringList &paths, const QString &fileType,
+  ReadAhead(const PhotoIntake *engine, const QStringList &paths, const QString &fileType,
             std::vector<char> needed)
       : engine_(engine), paths_(paths), fileType_(fileType), needed_(std::move(needed)),
         state_(paths.size(), kPending), results_(paths.size()) {
@@ -99,7 +99,7 @@ public:
   }
 
   // The candidate for path i (null when it was not needed at the start); i only grows.
-  std::shared_ptr<AddPhotosVC::Candidate> take(qsizetype i) {
+  std::shared_ptr<PhotoIntake::Candidate> take(qsizetype i) {
     std::unique_lock<std::mutex> lock(mutex_);
     consumed_ = i + 1;
     changed_.notify_all();
@@ -139,12 +139,12 @@ private:
     }
   }
 
-  const AddPhotosVC *engine_;
+  const PhotoIntake *engine_;
   const QStringList paths_;
   const QString fileType_;
   const std::vector<char> needed_;
   std::vector<char> state_;
-  std::vector<std::shared_ptr<AddPhotosVC::Candidate>> results_;
+  std::vector<std::shared_ptr<PhotoIntake::Candidate>> results_;
   qsizetype consumed_ = 0;
   bool cancelled_ = false;
   std::mutex mutex_;
@@ -152,13 +152,13 @@ private:
   std::thread helper_;
 };
 
-AddPhotosVC::AddPhotosVC(AddPhotosListener *listener)
-    : AddPhotosVC(&AppDelegate::shared()->arraySelectedImagesToProcess, listener) {}
+PhotoIntake::PhotoIntake(AddPhotosListener *listener)
+    : PhotoIntake(&AppDelegate::shared()->arraySelectedImagesToProcess, listener) {}
 
-AddPhotosVC::AddPhotosVC(Batch *batch, AddPhotosListener *listener)
+PhotoIntake::PhotoIntake(Batch *batch, AddPhotosListener *listener)
     : batch_(batch), listener_(listener), owner_(new QObject) {}
 
-AddPhotosVC::~AddPhotosVC() {
+PhotoIntake::~PhotoIntake() {
   if (running_ || pendingSteps_ > 0) {
     btnStopAddingTapped();
     waitForFinished();
@@ -168,7 +168,7 @@ AddPhotosVC::~AddPhotosVC() {
 
 // --- Entry points ---
 
-AddPhotosStatus AddPhotosVC::btnAddPhotosTappedWithIndex(int index,
+AddPhotosStatus PhotoIntake::btnAddPhotosTappedWithIndex(int index,
                                                          const QStringList &chosenPaths) {
   if (index < 0 || index > 2)
     return {AddPhotosStatus::Code::Ignored, {}};
@@ -197,7 +197,7 @@ AddPhotosStatus AddPhotosVC::btnAddPhotosTappedWithIndex(int index,
   return {};
 }
 
-AddPhotosStatus AddPhotosVC::btnAddFilterOnPopupTapped(const QDateTime &from, const QDateTime &to) {
+AddPhotosStatus PhotoIntake::btnAddFilterOnPopupTapped(const QDateTime &from, const QDateTime &to) {
   if (running_)
     return {AddPhotosStatus::Code::Busy, QStringLiteral("photos are being added")};
   datePickerFromDate = from;
@@ -211,7 +211,7 @@ AddPhotosStatus AddPhotosVC::btnAddFilterOnPopupTapped(const QDateTime &from, co
   return {AddPhotosStatus::Code::Started, {}};
 }
 
-AddPhotosStatus AddPhotosVC::btnAddIphotosTapped(const QStringList &chosenPaths) {
+AddPhotosStatus PhotoIntake::btnAddIphotosTapped(const QStringList &chosenPaths) {
   if (running_)
     return {AddPhotosStatus::Code::Busy, QStringLiteral("photos are being added")};
   pathType = 2;
@@ -235,14 +235,14 @@ AddPhotosStatus AddPhotosVC::btnAddIphotosTapped(const QStringList &chosenPaths)
   return {};
 }
 
-QString AddPhotosVC::libraryChooserButtonTitle() {
+QString PhotoIntake::libraryChooserButtonTitle() {
   // The Photos application of the system the libraries come from is never installed here.
   return platform::Files::fileExists(QStringLiteral("/Applications/Photos.app"))
              ? QStringLiteral("Add Photos Library")
              : QStringLiteral("Add iPhoto Library");
 }
 
-bool AddPhotosVC::panelShouldEnableURL(const QString &path) const {
+bool PhotoIntake::panelShouldEnableURL(const QString &path) const {
   bool isDirectory = false;
   const bool exists = platform::Files::fileExists(path, &isDirectory);
   const bool folder = exists && isDirectory;
@@ -261,7 +261,7 @@ bool AddPhotosVC::panelShouldEnableURL(const QString &path) const {
   }
 }
 
-AddPhotosStatus AddPhotosVC::handleFileDragDropNotification(const QStringList &paths) {
+AddPhotosStatus PhotoIntake::handleFileDragDropNotification(const QStringList &paths) {
   if (running_)
     return {AddPhotosStatus::Code::Busy, QStringLiteral("photos are being added")};
   const QStringList chosen = normalisedPaths(paths);
@@ -275,7 +275,7 @@ AddPhotosStatus AddPhotosVC::handleFileDragDropNotification(const QStringList &p
   return {};
 }
 
-AddPhotosStatus AddPhotosVC::acceptDrop(const QStringList &paths) {
+AddPhotosStatus PhotoIntake::acceptDrop(const QStringList &paths) {
   if (running_)
     return {AddPhotosStatus::Code::Busy, QStringLiteral("photos are being added")};
   const QStringList chosen = normalisedPaths(paths);
@@ -288,7 +288,7 @@ AddPhotosStatus AddPhotosVC::acceptDrop(const QStringList &paths) {
   return {};
 }
 
-AddPhotosStatus AddPhotosVC::addPaths(const QStringList &paths, bool recursive,
+AddPhotosStatus PhotoIntake::addPaths(const QStringList &paths, bool recursive,
                                       const QDateTime &from, const QDateTime &to) {
   if (from.isValid() != to.isValid())
     return {AddPhotosStatus::Code::DatesIncomplete,
@@ -302,11 +302,11 @@ AddPhotosStatus AddPhotosVC::addPaths(const QStringList &paths, bool recursive,
   return btnAddPhotosTappedWithIndex(recursive ? 1 : 0, paths);
 }
 
-void AddPhotosVC::btnStopAddingTapped() {
+void PhotoIntake::btnStopAddingTapped() {
   isPHOTOS_PROCESSING_IN_PROGERESS = false;
 }
 
-void AddPhotosVC::waitForFinished() {
+void PhotoIntake::waitForFinished() {
   // From inside a step the worker is waiting for us: waiting for it would never end.
   if ((!running_ && pendingSteps_ == 0) || inStep_ > 0)
     return;
@@ -319,7 +319,7 @@ void AddPhotosVC::waitForFinished() {
 
 // --- The run ---
 
-void AddPhotosVC::addPhotosFromPathUrls(const QStringList &paths, bool isiPhoto) {
+void PhotoIntake::addPhotosFromPathUrls(const QStringList &paths, bool isiPhoto) {
   (void)isiPhoto; // the library flag comes from isAddingIphotos
   if (running_)
     return;
@@ -347,7 +347,7 @@ void AddPhotosVC::addPhotosFromPathUrls(const QStringList &paths, bool isiPhoto)
       true);
 }
 
-void AddPhotosVC::afterCount(qint32 count) {
+void PhotoIntake::afterCount(qint32 count) {
   totalPhotoToAdd = count;
   qCDebug(lcIntake, "is adding photos count = %d", count);
   if (isMAX_PHOTOS_LIMIT_EXCEEDED) {
@@ -382,7 +382,7 @@ void AddPhotosVC::afterCount(qint32 count) {
   }
 }
 
-qint32 AddPhotosVC::countTotalPhotosToBeAddedFromUrls(const QStringList &paths,
+qint32 PhotoIntake::countTotalPhotosToBeAddedFromUrls(const QStringList &paths,
                                                       const QString &fileType) {
   qint32 n = 0;
   const auto limitReached = [this] {
@@ -436,7 +436,7 @@ qint32 AddPhotosVC::countTotalPhotosToBeAddedFromUrls(const QStringList &paths,
   return n;
 }
 
-bool AddPhotosVC::isPhotosLibraryPackage(const QString &path) {
+bool PhotoIntake::isPhotosLibraryPackage(const QString &path) {
   pathType = 2;
   const QString extension = platform::PathText::pathExtension(path);
   if (extension == QLatin1String("migratedphotolibrary") ||
@@ -448,7 +448,7 @@ bool AddPhotosVC::isPhotosLibraryPackage(const QString &path) {
   return false;
 }
 
-QStringList AddPhotosVC::libraryImagePaths(const QString &path) const {
+QStringList PhotoIntake::libraryImagePaths(const QString &path) const {
   // The library reader is handed the path lower-cased, as the library chooser gives it.
   DataFiller reader;
   reader.setLibPath(path.toLower());
@@ -458,13 +458,13 @@ QStringList AddPhotosVC::libraryImagePaths(const QString &path) const {
   return reader.arrImagePaths;
 }
 
-bool AddPhotosVC::isImagePath(const QString &path) {
+bool PhotoIntake::isImagePath(const QString &path) {
   if (platform::FileTypes::conformsToImage(path))
     return true;
   return additionalImageExtensions().contains(platform::PathText::pathExtension(path));
 }
 
-const QStringList &AddPhotosVC::additionalImageExtensions() {
+const QStringList &PhotoIntake::additionalImageExtensions() {
   static const QStringList extensions = {
       QStringLiteral("eps"), QStringLiteral("jpc"),  QStringLiteral("p7"),  QStringLiteral("pc"),
       QStringLiteral("pgm"), QStringLiteral("pnm"),  QStringLiteral("ppm"), QStringLiteral("ptif"),
@@ -474,18 +474,18 @@ const QStringList &AddPhotosVC::additionalImageExtensions() {
   return extensions;
 }
 
-bool AddPhotosVC::typeMatches(const QString &path, const QString &fileType) const {
+bool PhotoIntake::typeMatches(const QString &path, const QString &fileType) const {
   return fileType == kAll() || path.endsWith(fileType);
 }
 
-QDateTime AddPhotosVC::captureDateFor(const QString &path, const QDateTime &fallback) const {
+QDateTime PhotoIntake::captureDateFor(const QString &path, const QDateTime &fallback) const {
   const auto exif = ExifInfo::initWithFile(path);
   if (exif && exif->captureDate.isValid())
     return exif->captureDate;
   return fallback;
 }
 
-bool AddPhotosVC::isValidPhoto(const QString &path, const QString &fileType) {
+bool PhotoIntake::isValidPhoto(const QString &path, const QString &fileType) {
   if (dictFileAdded.contains(path)) {
     ++damagedFileCount;
     ++alreadyExistsPhotosCount;
@@ -512,7 +512,7 @@ bool AddPhotosVC::isValidPhoto(const QString &path, const QString &fileType) {
   return typeMatches(path, fileType);
 }
 
-QStringList AddPhotosVC::listFolder(const QString &folder, bool withSubFolders) {
+QStringList PhotoIntake::listFolder(const QString &folder, bool withSubFolders) {
   QStringList listed;
   if (!withSubFolders) {
     const QSet<QString> &extensions = platformImageExtensions();
@@ -547,7 +547,7 @@ QStringList AddPhotosVC::listFolder(const QString &folder, bool withSubFolders) 
   return listed;
 }
 
-void AddPhotosVC::noteUnreadableName(const QString &folder) {
+void PhotoIntake::noteUnreadableName(const QString &folder) {
   if (unreadableFolders_.contains(folder))
     return;
   unreadableFolders_.insert(folder);
@@ -556,7 +556,7 @@ void AddPhotosVC::noteUnreadableName(const QString &folder) {
     onOwnerThread([&] { listener_->addPhotosUnreadableName(folder); });
 }
 
-void AddPhotosVC::addPhase() {
+void PhotoIntake::addPhase() {
   const QString fileType = selectedFileType;
   for (const QString &path : std::as_const(runPaths_)) {
     if (!isPHOTOS_PROCESSING_IN_PROGERESS) {
@@ -600,13 +600,13 @@ void AddPhotosVC::addPhase() {
   }
 }
 
-void AddPhotosVC::getAllFilesInFolder(const QString &folder, const QString &fileType,
+void PhotoIntake::getAllFilesInFolder(const QString &folder, const QString &fileType,
                                       bool isSubFolderSelected) {
   const QStringList paths = listFolder(folder, isSubFolderSelected);
   addListedPaths(paths, fileType);
 }
 
-void AddPhotosVC::addListedPaths(const QStringList &paths, const QString &fileType) {
+void PhotoIntake::addListedPaths(const QStringList &paths, const QString &fileType) {
   std::unique_ptr<ReadAhead> ahead;
   if (parallelReading_ && paths.size() > 1) {
     // Paths already in the batch are not worth reading; the loop still decides each one.
@@ -626,8 +626,8 @@ void AddPhotosVC::addListedPaths(const QStringList &paths, const QString &fileTy
     onOwnerThread([this] { processAfterAllPhotosAdded(); });
 }
 
-std::shared_ptr<AddPhotosVC::Candidate>
-AddPhotosVC::prepareCandidate(const QString &path, const QString &fileType) const {
+std::shared_ptr<PhotoIntake::Candidate>
+PhotoIntake::prepareCandidate(const QString &path, const QString &fileType) const {
   auto candidate = std::make_shared<Candidate>();
   candidate->typeMatches = typeMatches(path, fileType);
   candidate->isImage = isImagePath(path);
@@ -640,7 +640,7 @@ AddPhotosVC::prepareCandidate(const QString &path, const QString &fileType) cons
   return candidate;
 }
 
-void AddPhotosVC::addToImageArray(const QString &path, const QString &fileType,
+void PhotoIntake::addToImageArray(const QString &path, const QString &fileType,
                                   std::shared_ptr<Candidate> prepared) {
   if (dictFileAdded.contains(path))
     return;
@@ -675,7 +675,7 @@ void AddPhotosVC::addToImageArray(const QString &path, const QString &fileType,
     append();
 }
 
-void AddPhotosVC::callForUpdatingProgressCountWithFilePath(const QString &path) {
+void PhotoIntake::callForUpdatingProgressCountWithFilePath(const QString &path) {
   ++photosAdded;
   AddPhotosProgress progress;
   progress.photosAdded = photosAdded;
@@ -710,7 +710,7 @@ void AddPhotosVC::callForUpdatingProgressCountWithFilePath(const QString &path) 
     listener_->addPhotosProgress(progress);
 }
 
-void AddPhotosVC::processAfterAllPhotosAdded() {
+void PhotoIntake::processAfterAllPhotosAdded() {
   // The end step may come twice in one run; the refused-files message comes once.
   if (totalPhotoToAdd != 0 && (isPhotoFormatNotSupported || isPhotosAlreadyAdded) &&
       !damagedPromptScheduled_) {
@@ -721,7 +721,7 @@ void AddPhotosVC::processAfterAllPhotosAdded() {
     listener_->addPhotosEnded();
 }
 
-void AddPhotosVC::showPromtForDamagedFiles() {
+void PhotoIntake::showPromtForDamagedFiles() {
   AddPhotosMessage m;
   m.kind = AddPhotosMessage::Kind::FilesCannotBeAdded;
   m.title = QStringLiteral("File%1 cannot be added").arg(plural(totalPhotoToAdd, "s")).toUpper();
@@ -731,14 +731,14 @@ void AddPhotosVC::showPromtForDamagedFiles() {
   message(m);
 }
 
-void AddPhotosVC::message(AddPhotosMessage m) {
+void PhotoIntake::message(AddPhotosMessage m) {
   if (listener_)
     onOwnerThread([&] { listener_->addPhotosMessage(m); });
 }
 
 // --- Threads ---
 
-void AddPhotosVC::startWorker(std::function<void()> work, bool highPriority) {
+void PhotoIntake::startWorker(std::function<void()> work, bool highPriority) {
   ++workers_;
   QThread *thread = QThread::create(std::move(work));
   QObject::connect(thread, &QThread::finished, owner_, [this, thread] {
@@ -750,7 +750,7 @@ void AddPhotosVC::startWorker(std::function<void()> work, bool highPriority) {
   thread->start(highPriority ? QThread::HighPriority : QThread::NormalPriority);
 }
 
-void AddPhotosVC::onOwnerThread(const std::function<void()> &step) {
+void PhotoIntake::onOwnerThread(const std::function<void()> &step) {
   const auto counted = [this, &step] {
     ++inStep_;
     step();
@@ -762,7 +762,7 @@ void AddPhotosVC::onOwnerThread(const std::function<void()> &step) {
     QMetaObject::invokeMethod(owner_, counted, Qt::BlockingQueuedConnection);
 }
 
-void AddPhotosVC::scheduleAfterDelay(std::function<void()> step) {
+void PhotoIntake::scheduleAfterDelay(std::function<void()> step) {
   ++pendingSteps_;
   QTimer::singleShot(200, owner_, [this, step = std::move(step)] {
     step();
@@ -771,7 +771,7 @@ void AddPhotosVC::scheduleAfterDelay(std::function<void()> step) {
   });
 }
 
-void AddPhotosVC::finishIfIdle() {
+void PhotoIntake::finishIfIdle() {
   if (workers_ > 0 || pendingSteps_ > 0)
     return;
   if (running_) {
@@ -787,7 +787,7 @@ void AddPhotosVC::finishIfIdle() {
 
 // --- Batch upkeep ---
 
-QString AddPhotosVC::updateBatchInformationInBottomView() const {
+QString PhotoIntake::updateBatchInformationInBottomView() const {
   if (batch_->isEmpty())
     return {};
   double total = 0;
@@ -798,7 +798,7 @@ QString AddPhotosVC::updateBatchInformationInBottomView() const {
       .arg(Utils::sharedUtils().unitStringFromBytes(total, 0));
 }
 
-AddPhotosSheet AddPhotosVC::btnOnRemovePhotoPopupTapped(int tag, int selectedCount) {
+AddPhotosSheet PhotoIntake::btnOnRemovePhotoPopupTapped(int tag, int selectedCount) {
   if (tag == 1) {
     const bool many = batch_->size() >= 2;
     const QString all = many ? QStringLiteral("all") : QString();
@@ -820,7 +820,7 @@ AddPhotosSheet AddPhotosVC::btnOnRemovePhotoPopupTapped(int tag, int selectedCou
           QStringLiteral("Remove selected photo%1 from Batch?").arg(plural(selectedCount, "s"))};
 }
 
-void AddPhotosVC::btnYesOnRemoveAllPhotoTapped() {
+void PhotoIntake::btnYesOnRemoveAllPhotoTapped() {
   // The add phase owns the batch while it runs; the screen is disabled meanwhile.
   if (running_)
     return;
@@ -828,14 +828,14 @@ void AddPhotosVC::btnYesOnRemoveAllPhotoTapped() {
   dictFileAdded.clear();
 }
 
-void AddPhotosVC::btnYesOnRemoveSelectedPhotoTapped(
+void PhotoIntake::btnYesOnRemoveSelectedPhotoTapped(
     const QList<std::shared_ptr<PhotoFile>> &selected) {
   qCDebug(lcIntake, "yes on remove photos tapped");
   for (const auto &photo : selected)
     removePhotoFromBatch(photo);
 }
 
-void AddPhotosVC::removePhotoFromBatch(const std::shared_ptr<PhotoFile> &photo) {
+void PhotoIntake::removePhotoFromBatch(const std::shared_ptr<PhotoFile> &photo) {
   if (running_)
     return;
   if (!photo)
@@ -849,7 +849,7 @@ void AddPhotosVC::removePhotoFromBatch(const std::shared_ptr<PhotoFile> &photo) 
   dictFileAdded.remove(kept->filePath);
 }
 
-bool AddPhotosVC::btnOnMenuOptionTapped(int option, const std::shared_ptr<PhotoFile> &photo) {
+bool PhotoIntake::btnOnMenuOptionTapped(int option, const std::shared_ptr<PhotoFile> &photo) {
   if (!photo)
     return false;
   switch (option) {
@@ -869,7 +869,7 @@ bool AddPhotosVC::btnOnMenuOptionTapped(int option, const std::shared_ptr<PhotoF
   }
 }
 
-QList<int> AddPhotosVC::checkForDeletedPhotosInSourceFolder(bool remove) {
+QList<int> PhotoIntake::checkForDeletedPhotosInSourceFolder(bool remove) {
   if (running_)
     return {};
   qCDebug(lcIntake, "check for deleted photos");
@@ -894,7 +894,7 @@ QList<int> AddPhotosVC::checkForDeletedPhotosInSourceFolder(bool remove) {
   return missing;
 }
 
-void AddPhotosVC::showAlertForAllPhotosDeleted() {
+void PhotoIntake::showAlertForAllPhotosDeleted() {
   qCDebug(lcIntake, "show alert for all photos deleted");
   const qsizetype n = batch_->size();
   AddPhotosMessage m;
@@ -906,7 +906,7 @@ void AddPhotosVC::showAlertForAllPhotosDeleted() {
   message(m);
 }
 
-void AddPhotosVC::photoNotAvailableOnIndex(int index) {
+void PhotoIntake::photoNotAvailableOnIndex(int index) {
   (void)index;
   AddPhotosMessage m;
   m.kind = AddPhotosMessage::Kind::PhotoNotAvailable;
@@ -917,18 +917,18 @@ void AddPhotosVC::photoNotAvailableOnIndex(int index) {
   message(m);
 }
 
-QList<int> AddPhotosVC::btnRemoveFromBatchOnAlertTapped() {
+QList<int> PhotoIntake::btnRemoveFromBatchOnAlertTapped() {
   return checkForDeletedPhotosInSourceFolder(true);
 }
 
-QList<int> AddPhotosVC::viewWillAppear(bool isStartAsNewBatch) {
+QList<int> PhotoIntake::viewWillAppear(bool isStartAsNewBatch) {
   const QList<int> missing = checkForDeletedPhotosInSourceFolder(false);
   if (isStartAsNewBatch && batch_->isEmpty())
     dictFileAdded.clear();
   return missing;
 }
 
-void AddPhotosVC::rebuildDictFileAdded() {
+void PhotoIntake::rebuildDictFileAdded() {
   if (running_)
     return;
   dictFileAdded.clear();

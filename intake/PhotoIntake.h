@@ -55,7 +55,7 @@ struct AddPhotosSheet {
   QString text;
 };
 
-// What the add run shows. Every call arrives on the thread that owns the AddPhotosVC, in
+// What the add run shows. Every call arrives on the thread that owns the PhotoIntake, in
 // order, while the background work waits for it to return, so a screen and the command
 // line see the same steps.
 class AddPhotosListener {
@@ -94,17 +94,17 @@ struct AddPhotosStatus {
 //
 // The owner's thread must run a Qt event loop (waitForFinished runs one): the count and the
 // add phase run on their own threads and hand every display step back synchronously.
-class AddPhotosVC {
+class PhotoIntake {
 public:
   using Batch = QList<std::shared_ptr<PhotoFile>>;
 
   // Works on the application's batch.
-  explicit AddPhotosVC(AddPhotosListener *listener = nullptr);
+  explicit PhotoIntake(AddPhotosListener *listener = nullptr);
   // Works on the given batch (tests, tools); batch must outlive the engine.
-  AddPhotosVC(Batch *batch, AddPhotosListener *listener);
-  ~AddPhotosVC();
-  AddPhotosVC(const AddPhotosVC &) = delete;
-  AddPhotosVC &operator=(const AddPhotosVC &) = delete;
+  PhotoIntake(Batch *batch, AddPhotosListener *listener);
+  ~PhotoIntake();
+  PhotoIntake(const PhotoIntake &) = delete;
+  PhotoIntake &operator=(const PhotoIntake &) = delete;
 
   void setListener(AddPhotosListener *listener) { listener_ = listener; }
   Batch &batch() { return *batch_; }
