@@ -459,9 +459,12 @@ QStringList PhotoIntake::libraryImagePaths(const QString &path) const {
 }
 
 bool PhotoIntake::isImagePath(const QString &path) {
-  if (platform::FileTypes::conformsToImage(path))
-    return true;
-  return additionalImageExtensions().contains(platform::PathText::pathExtension(path));
+  // These extensions count only as spelt in the list: the MIME database would take any case,
+  // and mixed-case forms are refused.
+  const QString extension = platform::PathText::pathExtension(path);
+  if (additionalImageExtensions().contains(extension, Qt::CaseInsensitive))
+    return additionalImageExtensions().contains(extension);
+  return platform::FileTypes::conformsToImage(path);
 }
 
 const QStringList &PhotoIntake::additionalImageExtensions() {

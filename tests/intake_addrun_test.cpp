@@ -2,9 +2,9 @@
 // folder: what is added, in which order, and exactly which messages the user sees.
 
 #include "intake/AddPhotosConsole.h"
-#include "intake/PhotoIntake.h"
 #include "intake/ImageFileInfo.h"
 #include "intake/PhotoFile.h"
+#include "intake/PhotoIntake.h"
 #include "platform/StandardFolders.h"
 #include "tests/support/TestEnv.h"
 
@@ -176,6 +176,20 @@ TEST_F(AddRun, ExactCaseExtraExtensions) {
   add({photo("m.Ptif", tiff), photo("l.ptif", tiff), photo("u.PTIF", tiff)});
   EXPECT_EQ(batchNames(), (QStringList{"l.ptif", "u.PTIF"}));
   EXPECT_EQ(seen.shown(), kOneRefused);
+
+  // The MIME database knows most of these in any case; only the listed spellings count, even
+  // for files that decode.
+  const QByteArray grey = "P5\n4 3\n255\n" + QByteArray(12, '\x80');
+  const QByteArray colour = "P6\n4 3\n255\n" + QByteArray(36, '\x40');
+  QStringList paths;
+  for (const char *name : {"x.Pgm", "x.Ppm", "x.Pnm", "x.Jpc", "x.P7", "x.Eps", "x.Pct"})
+    paths.append(testenv::writeFile(path(name), colour));
+  paths << testenv::writeFile(path("a.pgm"), grey) << testenv::writeFile(path("b.PGM"), grey)
+        << testenv::writeFile(path("c.ppm"), colour) << testenv::writeFile(path("d.PNM"), colour);
+  add(paths);
+  EXPECT_EQ(batchNames(), (QStringList{"l.ptif", "u.PTIF", "a.pgm", "b.PGM", "c.ppm", "d.PNM"}));
+  EXPECT_EQ(seen.shown(), QStringList{"FILES CANNOT BE ADDED: Some files cannot be added. They "
+                                      "are either damaged or not supported by application."});
 }
 
 TEST_F(AddRun, FlatAndDeepFolderListing) {
