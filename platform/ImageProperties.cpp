@@ -3,7 +3,9 @@
 // Exiv2 0.27 hands out std::auto_ptr everywhere.
 #pragma GCC diagnostic ignored "-Wdeprecated-declarations"
 
+#include "platform/Exiv2Compat.h"
 #include "platform/Exiv2Setup.h"
+#include "platform/RawDecoder.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -19,6 +21,7 @@
 #include <mutex>
 #include <string_view>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 namespace platform::ImageProperties {
@@ -201,7 +204,7 @@ QVariant numberAt(const Exiv2::Value &value, long n) {
   const Exiv2::TypeId type = value.typeId();
   if (isRational(type))
     return rationalAt(value, n);
-  const long number = value.toLong(n);
+  const int64_t number = Exiv2Compat::integerAt(value, n);
   if (number >= INT_MIN && number <= INT_MAX)
     return int(number);
   return qlonglong(number);
@@ -276,9 +279,9 @@ const MappingIndex &mappingIndex() {
   static const MappingIndex index = [] {
     MappingIndex built;
     try {
-      built.gpsIfd = Exiv2::ExifKey(0x0001, "GPSInfo").ifdId();
+      built.gpsIfd = int(Exiv2::ExifKey(0x0001, "GPSInfo").ifdId());
       for (const Mapping &mapping : kMappings) {
-        const int ifd = Exiv2::ExifKey(mapping.tag, std::string(mapping.group)).ifdId();
+        const int ifd = int(Exiv2::ExifKey(mapping.tag, std::string(mapping.group)).ifdId());
         built.byKey[indexKey(ifd, mapping.tag)].push_back(&mapping);
       }
     } catch (...) {
@@ -358,7 +361,7 @@ void readExif(const Exiv2::ExifData &exif, QVariantMap &dict) {
                            dict.value(QLatin1String(kExifAux)).toMap()};
   QVariantMap gps = dict.value(QStringLiteral("{GPS}")).toMap();
   for (const Exiv2::Exifdatum &datum : exif) {
-    const int ifd = datum.ifdId();
+    const int ifd = int(datum.ifdId());
     if (ifd == index.gpsIfd) {
       readGps(datum, gps);
       continue;
@@ -521,7 +524,7 @@ JpegFacts readJpegFacts(Exiv2::BasicIo &io) {
     if (frame || code == 0xe0) {
       Exiv2::byte body[16] = {};
       const long want = std::min<long>(length - 2, long(sizeof body));
-      if (io.read(body, want) != want)
+      if (long(io.read(body, size_t(want))) != want)
         break;
       if (frame && want >= 6) {
         facts.precision = body[0];
@@ -555,9 +558,9 @@ struct ExivResult {
   QString profileName;
 };
 
-ExivResult readMetadata(Exiv2::Image::AutoPtr image, QVariantMap &dict) {
+ExivResult readMetadata(Exiv2::Image *image, QVariantMap &dict) {
   ExivResult result;
-  if (!image.get())
+  if (!image)
     return result;
   result.opened = true;
   // Exiv2 0.27's maker-note decoders (the Nikon lens table among them) keep shared state:
@@ -578,10 +581,10 @@ ExivResult readMetadata(Exiv2::Image::AutoPtr image, QVariantMap &dict) {
     readXmp(image->xmpData(), dict);
     if (image->imageType() == Exiv2::ImageType::jpeg) {
       result.jpeg = readJpegFacts(image->io());
-      if (image->iccProfileDefined()) {
-        const Exiv2::DataBuf *icc = image->iccProfile();
-        result.profileName = iccDescription(icc->pData_, size_t(std::max(0L, icc->size_)));
-      }
+      const QByteArray icc = Exiv2Compat::iccProfile(*image);
+      if (!icc.isEmpty())
+        result.profileName = iccDescription(
+            reinterpret_cast<const unsigned char *>(icc.constData()), size_t(icc.size()));
     }
   } catch (...) {
   }
@@ -727,18 +730,10 @@ bool rawHeader(const QString *path, const QByteArray *bytes, QVariantMap &dict) 
 }
 
 bool isCameraRawName(const QString &path) {
-  static const QStringList extensions = {
-      QStringLiteral("3fr"), QStringLiteral("arw"), QStringLiteral("cr2"), QStringLiteral("cr3"),
-      QStringLiteral("crw"), QStringLiteral("dcr"), QStringLiteral("dng"), QStringLiteral("erf"),
-      QStringLiteral("iiq"), QStringLiteral("kdc"), QStringLiteral("mef"), QStringLiteral("mos"),
-      QStringLiteral("mrw"), QStringLiteral("nef"), QStringLiteral("nrw"), QStringLiteral("orf"),
-      QStringLiteral("pef"), QStringLiteral("raf"), QStringLiteral("raw"), QStringLiteral("rw2"),
-      QStringLiteral("rwl"), QStringLiteral("sr2"), QStringLiteral("srf"), QStringLiteral("srw"),
-      QStringLiteral("x3f")};
   const qsizetype dot = path.lastIndexOf(QLatin1Char('.'));
   if (dot < 0 || path.indexOf(QLatin1Char('/'), dot) >= 0)
     return false;
-  return extensions.contains(path.mid(dot + 1).toLower());
+  return RawDecoder::isRawExtension(path.mid(dot + 1));
 }
 
 // The PNG group: interlacing, the text chunks under their usual names, the pixel density.
@@ -822,16 +817,16 @@ std::optional<QVariantMap> read(const QString *path, const QByteArray *bytes) {
   QVariantMap dict;
   ExivResult exiv;
   try {
-    Exiv2::Image::AutoPtr image;
+    Exiv2Compat::ImagePtr image;
     if (path) {
-      Exiv2::BasicIo::AutoPtr io(new Exiv2::FileIo(QFile::encodeName(*path).toStdString()));
-      image = Exiv2::ImageFactory::open(io);
+      Exiv2Compat::IoPtr io(new Exiv2::FileIo(QFile::encodeName(*path).toStdString()));
+      image = Exiv2::ImageFactory::open(std::move(io));
     } else {
       image = Exiv2::ImageFactory::open(reinterpret_cast<const Exiv2::byte *>(bytes->constData()),
                                         long(bytes->size()));
     }
-    exiv = readMetadata(image, dict);
-  } catch (const Exiv2::AnyError &) {
+    exiv = readMetadata(image.get(), dict);
+  } catch (const Exiv2Compat::Error &) {
   } catch (const std::exception &) {
   } catch (...) {
   }

@@ -9,8 +9,8 @@
 
 namespace platform::RawDecoder {
 
-bool isRawExtension(const QString &extension) {
-  static const QSet<QString> kRaw = {
+const QStringList &rawExtensions() {
+  static const QStringList extensions = {
       QStringLiteral("3fr"), QStringLiteral("ari"), QStringLiteral("arw"), QStringLiteral("bay"),
       QStringLiteral("cr2"), QStringLiteral("cr3"), QStringLiteral("crw"), QStringLiteral("dcr"),
       QStringLiteral("dng"), QStringLiteral("erf"), QStringLiteral("fff"), QStringLiteral("iiq"),
@@ -19,7 +19,12 @@ bool isRawExtension(const QString &extension) {
       QStringLiteral("pef"), QStringLiteral("raf"), QStringLiteral("raw"), QStringLiteral("rw2"),
       QStringLiteral("rwl"), QStringLiteral("sr2"), QStringLiteral("srf"), QStringLiteral("srw"),
       QStringLiteral("x3f")};
-  return kRaw.contains(extension.toLower());
+  return extensions;
+}
+
+bool isRawExtension(const QString &extension) {
+  static const QSet<QString> lookup(rawExtensions().cbegin(), rawExtensions().cend());
+  return lookup.contains(extension.toLower());
 }
 
 std::optional<vips::VImage> decode(const QString &path) {

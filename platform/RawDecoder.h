@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QString>
+#include <QStringList>
 
 #include <optional>
 
@@ -10,7 +11,11 @@
 // sample, already turned upright by the camera's orientation flag.
 namespace platform::RawDecoder {
 
-// True for the extensions of camera RAW formats (compared case-insensitively).
+// The extensions of camera RAW formats, in lower case: the one list that both the
+// properties reader and the decoder go by, so a file read as RAW is also decoded as RAW.
+const QStringList &rawExtensions();
+
+// True for those extensions, compared case-insensitively.
 bool isRawExtension(const QString &extension);
 
 // The developed picture, or none when LibRaw cannot open or develop the file.
