@@ -1,5 +1,6 @@
 #include "platform/MetadataCopy.h"
 
+#include "platform/Exiv2Compat.h"
 #include "platform/Exiv2Setup.h"
 
 #include <QFile>
@@ -58,7 +59,7 @@ bool describesSourcePixels(const Exiv2::Exifdatum &datum) {
 bool carriedMetadata(const QString &source, const Options &options, Exiv2::ExifData *exif,
                      Exiv2::IptcData *iptc, Exiv2::XmpData *xmp) {
   try {
-    Exiv2::Image::AutoPtr in = Exiv2::ImageFactory::open(nativePath(source));
+    Exiv2Compat::ImagePtr in = Exiv2::ImageFactory::open(nativePath(source));
     in->readMetadata();
     *exif = in->exifData();
     *iptc = in->iptcData();
@@ -147,7 +148,7 @@ bool copyIntoEncoded(const QString &source, EncodedFile *encoded, const Options 
 QString readValue(const QString &path, const QString &key) {
   ensureExiv2Initialized();
   try {
-    Exiv2::Image::AutoPtr image = Exiv2::ImageFactory::open(nativePath(path));
+    Exiv2Compat::ImagePtr image = Exiv2::ImageFactory::open(nativePath(path));
     image->readMetadata();
     const std::string k = key.toStdString();
     if (key.startsWith(QLatin1String("Exif."))) {
