@@ -5,8 +5,8 @@
 //
 // usage: bench_intake [photos=10000] [records=100000] [sample-photos-folder]
 
-#include "intake/PhotoIntake.h"
 #include "intake/PhotoFile.h"
+#include "intake/PhotoIntake.h"
 #include "platform/VipsSession.h"
 
 #include <QCoreApplication>
@@ -69,9 +69,9 @@ int main(int argc, char **argv) {
   QLoggingCategory::setFilterRules(QStringLiteral("quillmere.intake.debug=false"));
   const int photos = argc > 1 ? atoi(argv[1]) : 10000;
   const int records = argc > 2 ? atoi(argv[2]) : 100000;
-  const QString sampleFolder = argc > 3 ? QString::fromLocal8Bit(argv[3])
-                                        : QFileInfo(QStringLiteral(__FILE__)).absolutePath() +
-                                              QStringLiteral("/../../shared/photos");
+  const QString sampleFolder =
+      argc > 3 ? QString::fromLocal8Bit(argv[3])
+               : QStringLiteral(QUILLMERE_RESOURCES_DIR "/../tests/data/photos");
   const QStringList samples = samplePhotos(sampleFolder);
   if (samples.isEmpty()) {
     std::fprintf(stderr, "no sample photos in %s\n", qPrintable(sampleFolder));

@@ -105,8 +105,9 @@ int main(int argc, char **argv) {
       QStringLiteral("quillmere.*.debug=false\nquillmere.*.info=false"));
   const int records = argc > 1 ? atoi(argv[1]) : 1000000;
   const int files = argc > 2 ? atoi(argv[2]) : 10000;
-  const QString samples = argc > 3 ? QString::fromLocal8Bit(argv[3])
-                                   : QStringLiteral(QUILLMERE_RESOURCES_DIR "/../../shared/photos");
+  const QString samples = argc > 3
+                              ? QString::fromLocal8Bit(argv[3])
+                              : QStringLiteral(QUILLMERE_RESOURCES_DIR "/../tests/data/photos");
   QTemporaryDir work;
   const QString out = work.filePath(QStringLiteral("out"));
   QDir().mkpath(out);

@@ -5,6 +5,8 @@
 #include <QFileInfo>
 #include <QProcess>
 
+#include <gtest/gtest.h>
+
 #include <cstdlib>
 #include <ctime>
 #include <string>
@@ -43,6 +45,13 @@ QString photosDir() {
   return QStringLiteral(QUILLMERE_PHOTOS_DIR);
 }
 
+QString photo(const QString &relativePath) {
+  const QString path = photosDir() + QLatin1Char('/') + relativePath;
+  if (!QFileInfo(path).isFile())
+    ADD_FAILURE() << "missing sample photo: " << path.toStdString();
+  return path;
+}
+
 QString dataDir() {
   return QStringLiteral(QUILLMERE_TEST_DATA_DIR);
 }
@@ -52,16 +61,60 @@ QString quillmereBinary() {
 }
 
 QString copyPhoto(const QString &relativePath, const QString &folder, const QString &newName) {
-  const QString source = photosDir() + QLatin1Char('/') + relativePath;
+  const QString source = photo(relativePath);
   const QString target =
       folder + QLatin1Char('/') + (newName.isEmpty() ? QFileInfo(source).fileName() : newName);
   QDir().mkpath(folder);
   QFile::remove(target);
-  if (!QFile::copy(source, target))
+  if (!QFile::copy(source, target)) {
+    ADD_FAILURE() << "could not copy " << source.toStdString() << " to " << target.toStdString();
     return {};
+  }
   QFile::setPermissions(target,
                         QFile::ReadOwner | QFile::WriteOwner | QFile::ReadGroup | QFile::ReadOther);
   return target;
+}
+
+std::string testName(const QString &text) {
+  std::string name;
+  bool gap = false;
+  for (const QChar c : text) {
+    if (c.unicode() < 128 && c.isLetterOrNumber()) {
+      if (gap && !name.empty())
+        name += '_';
+      name += char(c.unicode());
+      gap = false;
+    } else {
+      gap = true;
+    }
+  }
+  return name.empty() ? std::string("empty") : name;
+}
+
+std::string textName(const QString &text) {
+  static const std::pair<char, const char *> kWords[] = {
+      {'-', "minus"}, {'+', "plus"},  {' ', "space"}, {'.', "dot"},
+      {'/', "slash"}, {'_', "under"}, {':', "colon"}, {',', "comma"}};
+  std::string name;
+  bool inWord = false;
+  for (const QChar c : text) {
+    const char16_t u = c.unicode();
+    std::string token;
+    if (u < 128 && c.isLetterOrNumber()) {
+      if (!inWord && !name.empty())
+        name += '_';
+      name += char(u);
+      inWord = true;
+      continue;
+    }
+    token = "u" + QString::number(u, 16).toStdString();
+    for (const auto &[sign, word] : kWords)
+      if (u == char16_t(sign))
+        token = word;
+    name += (name.empty() ? "" : "_") + token;
+    inWord = false;
+  }
+  return name.empty() ? std::string("empty") : name;
 }
 
 QString writeFile(const QString &path, const QByteArray &bytes) {

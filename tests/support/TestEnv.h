@@ -3,14 +3,21 @@
 #include <QString>
 #include <QTemporaryDir>
 
+#include <string>
+
 namespace testenv {
 
 // Gives the process a throw-away HOME, drops every XDG_* variable and pins the locale
 // and time zone, so no test can touch the user's files or depend on the machine.
 void isolateProcess();
 
-// The folder of sample photos; tests copy from it and never write there.
+// The folder of sample photos committed with the tests (tests/data/photos); tests copy from
+// it and never write there.
 QString photosDir();
+
+// The path of one sample photo (relative to photosDir()). A photo that is not there fails the
+// calling test with its path: a missing sample must never turn into a silently empty check.
+QString photo(const QString &relativePath);
 
 // Test fixtures committed with the tests (tests/data).
 QString dataDir();
@@ -19,8 +26,17 @@ QString dataDir();
 QString quillmereBinary();
 
 // Copies a sample photo (path relative to photosDir()) into folder, keeping its name
-// unless newName is given, and returns the copy's path.
+// unless newName is given, and returns the copy's path. A missing sample or a failed copy
+// fails the calling test and gives an empty path.
 QString copyPhoto(const QString &relativePath, const QString &folder, const QString &newName = {});
+
+// A readable name for a row of a parameterised test: letters and digits kept, every other
+// run of characters one underscore ("0.97 KB" gives "0_97_KB"; nothing gives "empty").
+std::string testName(const QString &text);
+
+// A name that tells literal texts apart: each sign spelt out ("-3" gives "minus_3", " " gives
+// "space", "/a.b" gives "slash_a_dot_b"), for rows whose texts differ only in their signs.
+std::string textName(const QString &text);
 
 // Writes bytes to a new file and returns its path.
 QString writeFile(const QString &path, const QByteArray &bytes);
