@@ -25,7 +25,7 @@
 #include <vips/vips8>
 
 #ifndef QUILLMERE_PHOTOS_SAMPLE
-#define QUILLMERE_PHOTOS_SAMPLE "/work/shared/photos/jpg/Canon_40D.jpg"
+#define QUILLMERE_PHOTOS_SAMPLE QUILLMERE_RESOURCES_DIR "/../tests/data/photos/jpg/Canon_40D.jpg"
 #endif
 
 namespace {

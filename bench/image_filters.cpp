@@ -15,7 +15,7 @@ int main(int argc, char **argv) {
     return 1;
   const char *photo = argc > 1 ? argv[1]
                                : QUILLMERE_RESOURCES_DIR
-                          "/../../shared/photos/jpg/orientation/landscape_1.jpg";
+                          "/../tests/data/photos/jpg/orientation/landscape_1.jpg";
   const int width = argc > 2 ? std::atoi(argv[2]) : 4000;
   try {
     const vips::VImage source = vips::VImage::new_from_file(photo);
