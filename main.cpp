@@ -1,8 +1,8 @@
 #include "app/CommandLine.h"
-#include "app/window/WindowApplication.h"
+#include "ui/WindowApplication.h"
 
 int main(int argc, char **argv) {
   if (app::CommandLine::wantsWindow(argc, argv))
-    return app::window::runWindowApplication(argc, argv);
+    return ui::runWindowApplication(argc, argv, app::CommandLine::pathsToOpen(argc, argv));
   return app::CommandLine::run(argc, argv);
 }

@@ -5,7 +5,11 @@
 #include "platform/VipsSession.h"
 
 #include <QCoreApplication>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
 #include <QTextStream>
+#include <QUrl>
 
 #include <cstdio>
 
@@ -41,6 +45,9 @@ QString usageText() {
   return QStringLiteral(
       "usage:\n"
       "  quillmere                              open the window\n"
+      "  quillmere open PATH...                 open the window with these photos and folders "
+      "added\n"
+      "                                         (folders with their sub-folders)\n"
       "  quillmere info FILE...                 the photo information table of each file\n"
       "  quillmere preview [OPTIONS] PATH...    build the batch, print the preview, apply the "
       "start gate\n"
@@ -49,8 +56,29 @@ QString usageText() {
       "  quillmere --help | --version\n");
 }
 
-bool wantsWindow(int argc, char **) {
-  return argc <= 1;
+bool wantsWindow(int argc, char **argv) {
+  return argc <= 1 || qstrcmp(argv[1], "open") == 0;
+}
+
+QStringList pathsToOpen(int argc, char **argv) {
+  QStringList paths;
+  if (argc < 2 || qstrcmp(argv[1], "open") != 0)
+    return paths;
+  const QDir here = QDir::current();
+  for (int i = 2; i < argc; ++i) {
+    QString path = QFile::decodeName(argv[i]);
+    // A file manager may hand over file:// addresses instead of paths.
+    if (path.startsWith(QLatin1String("file://")))
+      path = QUrl(path).toLocalFile();
+    const QString absolute = QDir::cleanPath(here.absoluteFilePath(path));
+    if (!QFileInfo::exists(absolute)) {
+      stdErr() << "quillmere: no such file or folder: " << path << "\n";
+      stdErr().flush();
+      continue;
+    }
+    paths << absolute;
+  }
+  return paths;
 }
 
 int run(int argc, char **argv) {

@@ -11,8 +11,13 @@ enum ExitStatus {
   ExitUsage = 64, // bad usage, as sysexits' EX_USAGE
 };
 
-// No arguments means the window; anything else is a command or an option.
+// No arguments, or `open PATH...`, means the window; anything else is a command or an option.
 bool wantsWindow(int argc, char **argv);
+
+// The paths of `quillmere open PATH...`, made absolute against the working folder (empty for
+// any other command line). Paths that do not exist are reported on standard error and left
+// out; the window opens all the same.
+QStringList pathsToOpen(int argc, char **argv);
 
 // Runs `quillmere ARGS...` headless and returns the process's exit status.
 int run(int argc, char **argv);

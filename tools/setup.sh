@@ -2,8 +2,8 @@
 # builds with CMake and Ninja. Build output goes to standard error so that the
 # application's own output stays clean.
 
-QUILLMERE_PACKAGES=(cmake ninja-build g++ pkg-config qt6-base-dev libvips-dev libexiv2-dev
-  libqpdf-dev libicu-dev libplist-dev libraw-dev libheif-dev ghostscript locales tzdata)
+QUILLMERE_PACKAGES=(cmake ninja-build g++ pkg-config qt6-base-dev qt6-svg-dev libvips-dev
+  libexiv2-dev libqpdf-dev libicu-dev libplist-dev libraw-dev libheif-dev ghostscript locales tzdata)
 QUILLMERE_TEST_PACKAGES=(libgtest-dev libvips-tools libimage-exiftool-perl poppler-utils xvfb xauth
   imagemagick)
 

@@ -1,5 +1,5 @@
 #include "app/AppDelegate.h"
-#include "app/window/MainWindow.h"
+#include "ui/MainWindowController.h"
 
 #include <QCoreApplication>
 #include <QTest>
@@ -12,7 +12,7 @@ TEST(MainWindow, ClosingAsksTheDelegateToQuit) {
   int quits = 0;
   delegate->quitHandler = [&quits] { ++quits; };
 
-  app::window::MainWindow window;
+  MainWindowController window(delegate);
   EXPECT_EQ(window.windowTitle(), QStringLiteral("Quillmere"));
   window.show();
   ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));

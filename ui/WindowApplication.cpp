@@ -1,21 +1,21 @@
-#include "app/window/WindowApplication.h"
+#include "ui/WindowApplication.h"
 
 #include "app/AppDelegate.h"
-#include "app/window/MainWindow.h"
 #include "platform/VipsSession.h"
+#include "ui/MainWindowController.h"
+#include "ui/ScreenshotTour.h"
+#include "ui/Theme.h"
 
 #include <QApplication>
 #include <QDesktopServices>
 #include <QMessageBox>
-#include <QPointer>
-#include <QPushButton>
 #include <QTimer>
 #include <QUrl>
 
 #include <cstdio>
 #include <memory>
 
-namespace app::window {
+namespace ui {
 
 namespace {
 
@@ -25,31 +25,18 @@ bool displayAvailable() {
   return qEnvironmentVariableIsSet("DISPLAY") || qEnvironmentVariableIsSet("WAYLAND_DISPLAY");
 }
 
-// Runs an alert with the buttons in the given order and answers by the position of the
-// button pressed, as the delegate expects.
-int runModalAlert(QWidget *parent, const AppDelegate::AlertRequest &request) {
-  QMessageBox box(parent);
-  box.setIcon(QMessageBox::Warning);
-  box.setText(request.messageText);
-  box.setInformativeText(request.informativeText);
-  QList<QAbstractButton *> buttons;
-  for (const QString &title : request.buttonTitles)
-    buttons << box.addButton(title,
-                             buttons.isEmpty() ? QMessageBox::AcceptRole : QMessageBox::RejectRole);
-  box.exec();
-  const int index = buttons.indexOf(box.clickedButton());
-  return AppDelegate::AlertFirstButtonReturn + qMax(index, 0);
-}
-
-void installHandlers(AppDelegate *delegate, std::unique_ptr<MainWindow> &window) {
-  delegate->openMainWindowHandler = [&window] {
+void installHandlers(AppDelegate *delegate, std::unique_ptr<MainWindowController> &window) {
+  delegate->openMainWindowHandler = [delegate, &window] {
     if (!window)
-      window = std::make_unique<MainWindow>();
+      window = std::make_unique<MainWindowController>(delegate);
     window->show();
     window->raise();
+    window->activateWindow();
   };
   delegate->presentErrorHandler = [&window](const AppError &error) {
-    QMessageBox box(window.get());
+    if (window)
+      return window->presentError(error);
+    QMessageBox box;
     box.setIcon(QMessageBox::Critical);
     box.setText(error.description);
     box.setInformativeText(error.reason);
@@ -57,7 +44,9 @@ void installHandlers(AppDelegate *delegate, std::unique_ptr<MainWindow> &window)
     return false; // nothing here can recover from a store failure
   };
   delegate->runModalAlertHandler = [&window](const AppDelegate::AlertRequest &request) {
-    return runModalAlert(window.get(), request);
+    if (window)
+      return window->runModalAlert(request);
+    return static_cast<int>(AppDelegate::AlertSecondButtonReturn);
   };
   delegate->openURLHandler = [](const QString &address) {
     return QDesktopServices::openUrl(QUrl(address));
@@ -65,20 +54,9 @@ void installHandlers(AppDelegate *delegate, std::unique_ptr<MainWindow> &window)
   delegate->quitHandler = [] { QCoreApplication::quit(); };
 }
 
-// The rating question, a moment after the window is up so that it opens over it.
-void askForRatingLater(AppDelegate *delegate, std::unique_ptr<MainWindow> &window) {
-  QTimer::singleShot(200, delegate, [delegate, &window] {
-    const AppDelegate::AlertRequest request = AppDelegate::rateAppAlert();
-    const int answer = runModalAlert(window.get(), request);
-    delegate->alertDidEndClose(answer == AppDelegate::AlertFirstButtonReturn
-                                   ? AppDelegate::AlertDefaultReturn
-                                   : AppDelegate::AlertAlternateReturn);
-  });
-}
-
 } // namespace
 
-int runWindowApplication(int argc, char **argv) {
+int runWindowApplication(int argc, char **argv, const QStringList &paths) {
   if (!displayAvailable()) {
     std::fprintf(stderr, "quillmere: no display available; the headless commands work without "
                          "one (see quillmere --help)\n");
@@ -87,21 +65,37 @@ int runWindowApplication(int argc, char **argv) {
   QApplication application(argc, argv);
   QCoreApplication::setApplicationName(QStringLiteral("Quillmere"));
   QCoreApplication::setApplicationVersion(QStringLiteral(QUILLMERE_VERSION));
+  QGuiApplication::setDesktopFileName(QStringLiteral(QUILLMERE_APP_ID));
   // Closing the window goes through the delegate's quit decision instead.
   QApplication::setQuitOnLastWindowClosed(false);
+  Theme::apply(application);
+  QApplication::setWindowIcon(QIcon(QStringLiteral(":/icons/org.quillmere.Quillmere.svg")));
   platform::VipsSession vips(argv[0]);
 
-  std::unique_ptr<MainWindow> window;
+  std::unique_ptr<MainWindowController> window;
   AppDelegate *delegate = AppDelegate::shared();
   installHandlers(delegate, window);
-  if (delegate->applicationDidFinishLaunching() == AppDelegate::RateupShowQuestion)
-    askForRatingLater(delegate, window);
+  const bool touring = qEnvironmentVariableIsSet("QUILLMERE_SCREENSHOTS");
+  const AppDelegate::RateupDecision rateup = delegate->applicationDidFinishLaunching();
+  // The rating question, a moment after the window is up so that it opens over it. A
+  // screenshot tour shows it among its own steps instead.
+  if (rateup == AppDelegate::RateupShowQuestion && !touring)
+    QTimer::singleShot(200, &application, [&window] {
+      if (window)
+        window->showAlertForRateApp();
+    });
+  if (window && !paths.isEmpty())
+    QTimer::singleShot(0, window.get(), [&window, paths] { window->openPaths(paths); });
+  if (window && touring)
+    QTimer::singleShot(0, window.get(),
+                       [&window] { ScreenshotTour::startIfRequested(window.get()); });
   const int status = application.exec();
   delegate->openMainWindowHandler = nullptr;
   delegate->presentErrorHandler = nullptr;
   delegate->runModalAlertHandler = nullptr;
+  delegate->quitHandler = nullptr;
   window.reset();
   return status;
 }
 
-} // namespace app::window
+} // namespace ui
