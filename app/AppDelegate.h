@@ -11,6 +11,7 @@
 
 #include <vips/vips8>
 
+#include <atomic>
 #include <functional>
 #include <memory>
 
@@ -63,7 +64,8 @@ public:
   bool isSUBWINDOW_OPENED = false;
   bool isAUTO_CORRECT_ORIENTATION = true;
   bool isPHOTO_DLETED_FROM_DIRECTORY = false;
-  bool isPHOTOS_PROCESSING_IN_PROGERESS = false;
+  // The run flag: written on the main thread, read by the batch run's loop.
+  std::atomic<bool> isPHOTOS_PROCESSING_IN_PROGERESS{false};
   bool isPHOTOS_APP_INSTALLED = false;
   bool isRENAME_SETTINGS_CHANGED = false;
   bool isSTART_AS_NEW_BATCH = false;

@@ -436,4 +436,12 @@ int parseAndBuildBatch(const QString &command, const QStringList &args,
   return 0;
 }
 
+PreparedBatch prepare(const Parsed &parsed, const QList<std::shared_ptr<PhotoFile>> &batch) {
+  AppDelegate *delegate = AppDelegate::shared();
+  PreparedBatch prepared =
+      prepareBatch(batch, parsed.setting, parsed.options, delegate->arrFileFormatsSupported);
+  handPreparedBatchToDelegate(delegate, prepared);
+  return prepared;
+}
+
 } // namespace app::BatchOptions

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "rename/PreviewPass.h"
+
 #include <QDateTime>
 #include <QSet>
 #include <QString>
@@ -44,5 +46,10 @@ int buildBatch(const Parsed &parsed, QList<std::shared_ptr<PhotoFile>> *batch);
 int parseAndBuildBatch(const QString &command, const QStringList &args,
                        const QStringList &extraFlags, Parsed *parsed,
                        QList<std::shared_ptr<PhotoFile>> *batch);
+
+// What preview and run both do next, as the window does: one preview pass over the batch
+// with the parsed settings (parsed's setting and options become the result's), handed to
+// the delegate. preview prints it; run checks it at the gate and starts it whole.
+PreparedBatch prepare(const Parsed &parsed, const QList<std::shared_ptr<PhotoFile>> &batch);
 
 } // namespace app::BatchOptions

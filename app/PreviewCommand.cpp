@@ -35,26 +35,16 @@ int preview(const QStringList &args) {
   if (const int status =
           BatchOptions::parseAndBuildBatch(QStringLiteral("preview"), args, {}, &parsed, &batch))
     return status;
-  AppDelegate *delegate = AppDelegate::shared();
-
-  const PreviewResult result = computePreview(batch, RenameRules::fromSetting(*parsed.setting),
-                                              delegate->arrFileFormatsSupported, *parsed.options);
-  if (result.isIphotoExist)
-    parsed.options->forceCopyModeForLibraryPhotos();
-  delegate->selectedRenameSettingObj = parsed.setting;
-  delegate->selectedOuputSettingObj = parsed.options;
-  delegate->arrayDestinationPaths = result.paths;
-
-  const ErrorFiles errors =
-      calculateErrorFiles(result.paths, parsed.options->owerwriteExistingFiles);
-  for (const std::shared_ptr<OutputPhotoPath> &record : result.paths)
+  const PreparedBatch prepared = BatchOptions::prepare(parsed, batch);
+  const ErrorFiles &errors = prepared.verdicts;
+  for (const std::shared_ptr<OutputPhotoPath> &record : prepared.destinations)
     out << rowStatusForRecord(*record, errors).toolTip << '\t' << record->oldFilePath << '\t'
         << record->filePath << '\n';
-  out << "ALL: " << result.paths.size() << "  ERRORS: " << errors.errorCount()
+  out << "ALL: " << prepared.destinations.size() << "  ERRORS: " << errors.errorCount()
       << "  WARNINGS: " << errors.warningCount() << '\n';
   out.flush();
 
-  switch (startGateForBatch(errors, result.paths.size())) {
+  switch (prepared.startGate()) {
   case StartGate::Refuse:
     err << PreflightText::kRefusalTitle << ": " << PreflightText::kRefusalText << "\n";
     return 2;

@@ -63,6 +63,12 @@ public:
   ProgressDisplay() : terminal_(::isatty(STDERR_FILENO)) {}
 
   void photoDone(qint64 index, qsizetype count, int percentage, const PhotoFile &photo) {
+    if (terminal_ && photo.processStatus == 2) {
+      // What went wrong with a photo stays above the bar.
+      endLine();
+      std::fprintf(stderr, "quillmere: %s: %s\n", qPrintable(photo.filePath),
+                   qPrintable(photo.processInfoMessage));
+    }
     if (terminal_) {
       const int width = 30;
       const int filled = width * percentage / 100;
@@ -115,12 +121,7 @@ int run(const QStringList &args) {
           QStringLiteral("run"), args, {QStringLiteral("--yes"), QStringLiteral("--open")}, &parsed,
           &batch))
     return status;
-  AppDelegate *delegate = AppDelegate::shared();
-
-  const PreviewResult preview = computePreview(batch, RenameRules::fromSetting(*parsed.setting),
-                                               delegate->arrFileFormatsSupported, *parsed.options);
-  if (preview.isIphotoExist)
-    parsed.options->forceCopyModeForLibraryPhotos();
+  const PreparedBatch prepared = BatchOptions::prepare(parsed, batch);
 
   // The rename screen's start check.
   if (parsed.setting->renamingMode() == 1 &&
@@ -129,53 +130,40 @@ int run(const QStringList &args) {
     err << PreflightText::kBlankReplaceName << "\n";
     return ExitRefused;
   }
-  delegate->selectedRenameSettingObj = parsed.setting;
-  delegate->selectedOuputSettingObj = parsed.options;
-  delegate->arrayDestinationPaths = preview.paths;
 
-  const ErrorFiles errors =
-      calculateErrorFiles(preview.paths, parsed.options->owerwriteExistingFiles);
-  switch (startGateForBatch(errors, preview.paths.size())) {
+  switch (prepared.startGate()) {
   case StartGate::Refuse:
     err << PreflightText::kRefusalTitle << ": " << PreflightText::kRefusalText << "\n";
     return ExitRefused;
   case StartGate::Prompt:
     if (!parsed.flags.contains(QStringLiteral("--yes")) &&
-        !askToProceed(errors.problemCount(), err))
+        !askToProceed(prepared.verdicts.problemCount(), err))
       return ExitDeclined;
     break;
   case StartGate::Start:
     break;
   }
   err.flush();
+  // The output folder opens only when asked for on the command line.
+  if (!parsed.flags.contains(QStringLiteral("--open")))
+    prepared.options->openOutputFolderAfterProcessing = false;
 
-  BatchRun runner(delegate);
-  runner.settings = runSettingsFrom(parsed.setting.get(), parsed.options.get());
-  runner.arrayEmptyNames = errors.arrayEmptyNames;
-  runner.arrayInvalidFileName = errors.arrayInvalidFileName;
-  runner.arrayDuplicateNames = errors.arrayDuplicateNames;
-  runner.arrayFileNotFound = errors.arrayFileNotFound;
-  runner.arrayFileAlreadyExists = errors.arrayFileAlreadyExists;
-  const bool openFolder = parsed.flags.contains(QStringLiteral("--open"));
-  runner.settings.openOutputFolderAfterProcessing =
-      openFolder && runner.settings.openOutputFolderAfterProcessing;
+  BatchRun runner(AppDelegate::shared());
   runner.openPath = [](const QString &path) { platform::Workspace::openPath(path); };
 
   ProgressDisplay progress;
-  // Only what the user must know reaches the terminal: photos that produced no file, and
-  // failures to write the log.
+  // Only what the user must know reaches the terminal: failures to write the log. A photo
+  // in error has its own line.
   runner.logLine = [&progress](const QString &line) {
-    if (line.startsWith(QLatin1String("not written: ")) ||
-        line.startsWith(QLatin1String("Failed to create directory")) ||
+    if (line.startsWith(QLatin1String("Failed to create directory")) ||
         line.startsWith(QLatin1String("Error While Generating Log File"))) {
       progress.endLine();
       std::fprintf(stderr, "quillmere: %s\n", qPrintable(line));
     }
   };
   QObject::connect(&runner, &BatchRun::photoUpdated, [&](qint64 index) {
-    const auto &photo = delegate->arraySelectedImagesToProcess.at(index);
-    progress.photoDone(index, delegate->arraySelectedImagesToProcess.size(),
-                       runner.progressPercentage, *photo);
+    const auto &photo = runner.runBatch().at(index);
+    progress.photoDone(index, runner.runBatch().size(), runner.progressPercentage, *photo);
   });
 
   bool interrupted = false;
@@ -214,7 +202,7 @@ int run(const QStringList &args) {
     std::signal(SIGINT, onInterrupt);
   }
 
-  if (!runner.sendStartProcessRequest())
+  if (!runner.start(prepared))
     return ExitRefused;
   loop.exec();
   std::signal(SIGINT, SIG_DFL);
@@ -228,10 +216,8 @@ int run(const QStringList &args) {
       << "Photos Processed: " << info.processed << "\n"
       << "Photos not Processed: " << info.notProcessed << "\n"
       << "Photos Skipped: " << info.skipped << "\n"
-      << "Photos with Error: " << info.errors << "\n";
-  if (runner.counterNotWritten > 0)
-    out << "Photos not written: " << runner.counterNotWritten << "\n";
-  out << "Time elapsed:" << info.timeElapsed << "\n"
+      << "Photos with Error: " << info.errors << "\n"
+      << "Time elapsed:" << info.timeElapsed << "\n"
       << "Output Directory: " << info.outputDirectory << "\n"
       << "Log: " << runner.strLogfilePath << "\n";
   out.flush();
@@ -240,8 +226,7 @@ int run(const QStringList &args) {
     return ExitInterrupted;
   if (lowSpace || !finished)
     return ExitProblems;
-  const bool allDone =
-      runner.counterProcessedSuccessfully == qint64(batch.size()) && runner.counterNotWritten == 0;
+  const bool allDone = runner.counterProcessedSuccessfully == qint64(batch.size());
   return allDone ? int(CommandLine::ExitOk) : int(ExitProblems);
 }
 

@@ -177,12 +177,16 @@ bool commit(const QString &temporary, const QString &finalPath, bool replace, QS
   if (error != EEXIST) {
     // File systems without hard links: the check and the rename are then two steps.
     struct stat info;
-    if (::lstat(to.constData(), &info) != 0 && errno == ENOENT) {
+    if (::lstat(to.constData(), &info) == 0) {
+      error = EEXIST;
+    } else if (errno == ENOENT) {
       if (::rename(from.constData(), to.constData()) == 0)
         return true;
       error = errno;
     } else {
-      error = EEXIST;
+      // The name itself cannot be made (too long, a folder that is a file): the system's
+      // reason, never a taken name.
+      error = errno;
     }
   }
   if (error == EEXIST && alreadyExists)

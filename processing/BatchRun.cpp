@@ -8,6 +8,7 @@
 #include "imaging/Utils.h"
 #include "intake/PhotoFile.h"
 #include "platform/Files.h"
+#include "platform/LibraryLog.h"
 #include "platform/MemoryTuning.h"
 #include "platform/SafeWrite.h"
 #include "platform/SystemInfo.h"
@@ -19,7 +20,6 @@
 #include <QFileInfo>
 #include <QSet>
 #include <QThread>
-
 #include <QThreadPool>
 
 #include <cerrno>
@@ -27,6 +27,7 @@
 #include <cstdio>
 #include <deque>
 #include <future>
+#include <mutex>
 
 Q_LOGGING_CATEGORY(lcProcessing, "quillmere.processing")
 
@@ -36,8 +37,88 @@ const QString kStartPattern = QStringLiteral("MM-dd-YYYY hh:mm:s a");
 
 } // namespace
 
-BatchRun::BatchRun(AppDelegate *delegate, QObject *parent) : QObject(parent), delegate_(delegate) {
+struct BatchRun::Shared {
+  std::mutex mutex;
+  BatchRun *owner = nullptr; // null once the run is destroyed
+  QThread *ownerThread = nullptr;
+  std::atomic<bool> ownerGone{false};
+  std::atomic<bool> skipCurrent{false};
+  std::atomic<bool> compressionInProgress{false};
+  std::atomic<bool> stopRequestWhileCompression{false};
+};
+
+// One loop over the batch. It holds copies of all it reads, taken on the owner's thread when
+// it is submitted, and reaches the run only through onOwner.
+class BatchRun::Loop {
+public:
+  std::shared_ptr<Shared> shared;
+  AppDelegate *delegate = nullptr;
+  QList<std::shared_ptr<PhotoFile>> batch;
+  QList<std::shared_ptr<OutputPhotoPath>> destinations;
+  QStringList formats;
+  QList<std::shared_ptr<AppliedFilter>> filters;
+  RunSettings settings;
+  ImageWriter writer;
+  std::function<qint64(const QString &)> freeSpaceReader;
+  std::function<qint64(const QString &)> totalSpaceReader;
+  std::function<double()> scaleFactorReader;
+  bool prefetchNextPhoto = true;
+  qint64 start = 0;
+
+  // The problem lists as sets: a photo's checks cost no walk through them.
+  struct SkipLookup {
+    QSet<QString> empty, invalid, duplicate, notFound, alreadyExists;
+    // Whether the checks end the photo's turn before it is written.
+    bool passesOver(const QString &sourcePath, const QString &newPath) const {
+      return notFound.contains(sourcePath) || duplicate.contains(newPath) ||
+             invalid.contains(newPath) || empty.contains(newPath) ||
+             alreadyExists.contains(newPath);
+    }
+  } skips;
+
+  // What is made of a photo before its turn: the loader's result (none when it could not be
+  // decoded) and, when asked, the output encoded in memory (the pixels are then let go).
+  struct PreparedPhoto {
+    std::optional<vips::VImage> image;
+    std::optional<EncodedFile> encoded;
+  };
+
+  void run();
+
+private:
+  // Runs work with the run on its owner's thread and, when wait is set, returns once it has
+  // run. False when the run is gone: nothing was done.
+  bool onOwner(std::function<void(BatchRun &)> work, bool wait = true);
+  void log(const QString &line) {
+    onOwner([line](BatchRun &run) { run.log(line); }, false);
+  }
+  bool running() const { return delegate->isPHOTOS_PROCESSING_IN_PROGERESS && !shared->ownerGone; }
+  QString destinationPathAt(qint64 index) const {
+    return index < destinations.size() && destinations.at(index) ? destinations.at(index)->filePath
+                                                                 : QString();
+  }
+  int representationTypeOf(const std::shared_ptr<PhotoFile> &photo) const {
+    return photo ? representationType(settings.outputFormat, formats, photo->fileExtension) : 0;
+  }
+  // Runs on a worker: it reads only its arguments, the photo and the loop's settings.
+  PreparedPhoto preparePhoto(const std::shared_ptr<PhotoFile> &photo, const QString &newPath,
+                             int repType, bool encode) const;
+  // One photo's turn with what was made of it beforehand.
+  void processFileFromBunch(const std::shared_ptr<PhotoFile> &photo, qint64 index,
+                            PreparedPhoto prepared);
+};
+
+BatchRun::BatchRun(AppDelegate *delegate, QObject *parent)
+    : QObject(parent), shared_(std::make_shared<Shared>()),
+      isSkipCurrentFileSelected(shared_->skipCurrent),
+      isCompressionInProgress(shared_->compressionInProgress),
+      isStopRequestWhileCompression(shared_->stopRequestWhileCompression), delegate_(delegate) {
+  shared_->owner = this;
+  shared_->ownerThread = thread();
   platform::MemoryTuning::reuseLargeBuffers();
+  // A damaged photo makes libvips warn once per strip: the photo's message says what went
+  // wrong, the warnings go to the debug log.
+  platform::LibraryLog::routeLibraryWarnings();
   freeSpaceReader = [](const QString &path) { return platform::Files::freeSpaceForPath(path); };
   totalSpaceReader = [](const QString &path) { return platform::Files::totalSpaceForPath(path); };
   scaleFactorReader = [] { return platform::SystemInfo::backingScaleFactor(); };
@@ -49,23 +130,20 @@ BatchRun::BatchRun(AppDelegate *delegate, QObject *parent) : QObject(parent), de
   openPath = [](const QString &path) { platform::Workspace::openPath(path); };
   logLine = [](const QString &line) { qCInfo(lcProcessing).noquote() << line; };
 
-  writer_.setCompressionInProgress = [this](bool on) { isCompressionInProgress = on; };
-  writer_.takeStopRequestWhileCompression = [this] {
-    return isStopRequestWhileCompression.exchange(false);
-  };
-  writer_.stopProcessAfterCompletionCompression = [this] {
-    runOnOwnerThread([this] { stopProcessAfterCompletionCompression(); });
-  };
-
   bottomInfoTimer_.setInterval(10);
   connect(&bottomInfoTimer_, &QTimer::timeout, this, &BatchRun::setProcessInfoAtBottm);
 }
 
 BatchRun::~BatchRun() {
-  // A loop still running waits on this thread for its reports: let it drain.
-  delegate_->isPHOTOS_PROCESSING_IN_PROGERESS = false;
-  while (loopRunning_.load())
-    QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
+  // A loop still running finishes its photo by itself and reports to no one; its reports
+  // already posted are dropped with this object's events.
+  {
+    std::lock_guard<std::mutex> lock(shared_->mutex);
+    shared_->owner = nullptr;
+  }
+  shared_->ownerGone = true;
+  if (loopRunning_)
+    delegate_->isPHOTOS_PROCESSING_IN_PROGERESS = false;
 }
 
 void BatchRun::log(const QString &line) {
@@ -73,21 +151,68 @@ void BatchRun::log(const QString &line) {
     logLine(line);
 }
 
-void BatchRun::runOnOwnerThread(const std::function<void()> &work) {
-  if (QThread::currentThread() == thread())
-    work();
-  else
-    QMetaObject::invokeMethod(this, work, Qt::BlockingQueuedConnection);
+bool BatchRun::Loop::onOwner(std::function<void(BatchRun &)> work, bool wait) {
+  if (QThread::currentThread() == shared->ownerThread) {
+    BatchRun *owner = nullptr;
+    {
+      std::lock_guard<std::mutex> lock(shared->mutex);
+      owner = shared->owner;
+    }
+    if (!owner)
+      return false;
+    work(*owner);
+    return true;
+  }
+  auto done = std::make_shared<std::promise<void>>();
+  std::future<void> finished = done->get_future();
+  {
+    std::lock_guard<std::mutex> lock(shared->mutex);
+    BatchRun *owner = shared->owner;
+    if (!owner)
+      return false;
+    // Kept by the call: let go once it has run, or when it is dropped unrun because the run
+    // was destroyed first. Either way the loop goes on.
+    std::shared_ptr<void> signal(nullptr, [done](void *) { done->set_value(); });
+    QMetaObject::invokeMethod(
+        owner, [owner, work = std::move(work), signal = std::move(signal)] { work(*owner); },
+        Qt::QueuedConnection);
+  }
+  if (wait)
+    finished.wait();
+  return true;
 }
 
 qsizetype BatchRun::batchCount() const {
-  return delegate_->arraySelectedImagesToProcess.size();
+  return batch_.size();
 }
 
 // --- Starting ---
 
+bool BatchRun::start(const PreparedBatch &prepared) {
+  settings = runSettingsFrom(prepared.setting.get(), prepared.options.get());
+  arrayEmptyNames = prepared.verdicts.arrayEmptyNames;
+  arrayInvalidFileName = prepared.verdicts.arrayInvalidFileName;
+  arrayDuplicateNames = prepared.verdicts.arrayDuplicateNames;
+  arrayFileNotFound = prepared.verdicts.arrayFileNotFound;
+  arrayFileAlreadyExists = prepared.verdicts.arrayFileAlreadyExists;
+  batch_ = prepared.batch;
+  destinations_ = prepared.destinations;
+  batchTaken_ = true;
+  delegate_->arrayDestinationPaths = prepared.destinations;
+  return sendStartProcessRequest();
+}
+
+void BatchRun::takeBatch() {
+  if (std::exchange(batchTaken_, true))
+    return;
+  batch_ = delegate_->arraySelectedImagesToProcess;
+  destinations_ = delegate_->arrayDestinationPaths;
+}
+
 bool BatchRun::sendStartProcessRequest() {
-  if (delegate_->arraySelectedImagesToProcess.isEmpty()) {
+  takeBatch();
+  if (batch_.isEmpty()) {
+    batchTaken_ = false;
     Q_EMIT showSettingsView();
     return false;
   }
@@ -96,12 +221,13 @@ bool BatchRun::sendStartProcessRequest() {
 }
 
 void BatchRun::processStartNotification() {
+  takeBatch();
+  batchTaken_ = false; // the next start takes its batch afresh
   isStopRequestWhileCompression = false;
   processStartedDateTime = QDateTime::currentDateTime();
   processStartTimeStr = Utils::getDateStringFromDate(processStartedDateTime, kStartPattern);
   counterNotProcessed = counterProcessedSuccessfully = counterProcessedWithError = counterSkipped =
       0;
-  counterNotWritten = 0;
   ended_ = false;
   stopPending_ = false;
   summaryWhenLoopEnds_ = -1;
@@ -117,7 +243,7 @@ void BatchRun::btnProcessTapped() {
 }
 
 void BatchRun::startProcessingOfPhotos() {
-  if (delegate_->arraySelectedImagesToProcess.isEmpty())
+  if (batch_.isEmpty())
     return;
   delegate_->isPHOTOS_PROCESSING_IN_PROGERESS = true;
   counterTotalProgressedFiles = 0;
@@ -125,20 +251,37 @@ void BatchRun::startProcessingOfPhotos() {
   Q_EMIT progressChanged(0);
   // Half-written files of a run that died are ours to clear away.
   QSet<QString> folders;
-  for (const auto &destination : delegate_->arrayDestinationPaths) {
+  for (const auto &destination : destinations_) {
     if (destination)
       folders.insert(QFileInfo(destination->filePath).absolutePath());
   }
   for (const QString &folder : folders)
     platform::SafeWrite::removeStaleTemporaryFiles(folder);
-  submitLoop(delegate_->arraySelectedImagesToProcess);
+  submitLoop();
 }
 
-void BatchRun::submitLoop(QList<std::shared_ptr<PhotoFile>> batch) {
-  const qint64 start = std::max<qint64>(0, counterTotalProgressedFiles);
+void BatchRun::submitLoop(bool here) {
+  auto loop = std::make_shared<Loop>();
+  loop->shared = shared_;
+  loop->delegate = delegate_;
+  loop->batch = batch_;
+  loop->destinations = destinations_;
+  loop->formats = delegate_->arrFileFormatsSupported;
+  loop->filters = delegate_->arrayAppliedFilters;
+  loop->settings = settings;
+  loop->freeSpaceReader = freeSpaceReader;
+  loop->totalSpaceReader = totalSpaceReader;
+  loop->scaleFactorReader = scaleFactorReader;
+  loop->prefetchNextPhoto = prefetchNextPhoto;
+  loop->start = std::max<qint64>(0, counterTotalProgressedFiles);
+  const auto set = [](const QStringList &list) { return QSet<QString>(list.begin(), list.end()); };
+  loop->skips = {set(arrayEmptyNames), set(arrayInvalidFileName), set(arrayDuplicateNames),
+                 set(arrayFileNotFound), set(arrayFileAlreadyExists)};
   loopRunning_ = true;
-  writer_.settings = settings;
-  submitToBackground([this, batch = std::move(batch), start] { runLoop(batch, start); });
+  if (here)
+    loop->run();
+  else
+    submitToBackground([loop] { loop->run(); });
 }
 
 // --- The loop ---
@@ -146,37 +289,45 @@ void BatchRun::submitLoop(QList<std::shared_ptr<PhotoFile>> batch) {
 void BatchRun::processFilesInBatch(QList<std::shared_ptr<PhotoFile>> batch) {
   if (counterTotalProgressedFiles < 0)
     counterTotalProgressedFiles = 0;
-  loopRunning_ = true;
-  writer_.settings = settings;
-  runLoop(batch, counterTotalProgressedFiles);
+  batch_ = std::move(batch);
+  submitLoop(true);
 }
 
-void BatchRun::runLoop(const QList<std::shared_ptr<PhotoFile>> &batch, qint64 start) {
+void BatchRun::Loop::run() {
+  ImageWriter &w = writer;
+  w.settings = settings;
+  w.setCompressionInProgress = [shared = shared](bool on) { shared->compressionInProgress = on; };
+  w.takeStopRequestWhileCompression = [shared = shared] {
+    return shared->stopRequestWhileCompression.exchange(false);
+  };
+  w.stopProcessAfterCompletionCompression = [this] {
+    onOwner([](BatchRun &run) { run.stopProcessAfterCompletionCompression(); });
+  };
+
   bool brokeOnFlag = false;
   // Photos are made ready ahead of their turn, each on a worker of its own, one more at once
   // than there are cores: decoded and, for most outputs, encoded in memory. Their writes, the
   // checks before them and their reports stay in batch order on this thread.
-  const int ahead =
-      prefetchNextPhoto && mayPrefetch(batch) ? std::max(1, QThread::idealThreadCount()) : 0;
+  const int ahead = prefetchNextPhoto && mayPrefetch(batch, destinations)
+                        ? std::max(1, QThread::idealThreadCount())
+                        : 0;
   // A photo shrunk for the screen's scale in its turn cannot be encoded before it.
   const bool encode = ahead > 0 && (!scaleFactorReader || int(scaleFactorReader()) < 2);
-  const SkipLookup skips = skipLookup();
   std::optional<platform::VipsPipelineThreads> oneThreadEach;
   if (ahead > 1)
     oneThreadEach.emplace(1);
   QThreadPool workers;
-  // One worker more than there are cores: each libvips pipeline waits on its own threads' hand-offs
-  // now and then, and a spare photo in progress keeps every core busy meanwhile.
+  // One worker more than there are cores: each libvips pipeline waits on its own threads'
+  // hand-offs now and then, and a spare photo in progress keeps every core busy meanwhile.
   workers.setMaxThreadCount(std::max(1, ahead + 1));
   std::deque<std::future<PreparedPhoto>> window; // photos next - window.size() ... next - 1
   qint64 next = start;
   const auto topUp = [&](qint64 upTo) {
     for (; next < batch.size() && next <= upTo; ++next) {
-      // What a worker needs of the run's lists is read here, on this thread.
       auto task = std::make_shared<std::packaged_task<PreparedPhoto()>>(
-          [this, &skips, photo = batch.at(next), newPath = destinationPathAt(next),
+          [this, photo = batch.at(next), newPath = destinationPathAt(next),
            repType = representationTypeOf(batch.at(next)),
-           encode] { return preparePhoto(photo, newPath, repType, skips, encode); });
+           encode] { return preparePhoto(photo, newPath, repType, encode); });
       window.push_back(task->get_future());
       workers.start([task] { (*task)(); });
     }
@@ -187,7 +338,7 @@ void BatchRun::runLoop(const QList<std::shared_ptr<PhotoFile>> &batch, qint64 st
   for (qint64 i = start; i < batch.size(); ++i) {
     // A cleared run flag passes over every photo left; stopping here is the same. Photos
     // made ready ahead are simply dropped.
-    if (!delegate_->isPHOTOS_PROCESSING_IN_PROGERESS) {
+    if (!running()) {
       brokeOnFlag = true;
       break;
     }
@@ -197,45 +348,20 @@ void BatchRun::runLoop(const QList<std::shared_ptr<PhotoFile>> &batch, qint64 st
       prepared = window.front().get();
       window.pop_front();
     } else {
-      prepared =
-          preparePhoto(photo, destinationPathAt(i), representationTypeOf(photo), skips, false);
+      prepared = preparePhoto(photo, destinationPathAt(i), representationTypeOf(photo), false);
     }
     if (depth > 0)
       topUp(i + depth);
-    processFileFromBunch(photo, i, std::move(prepared), skips);
+    processFileFromBunch(photo, i, std::move(prepared));
   }
   workers.waitForDone();
   window.clear();
-  runOnOwnerThread([this, brokeOnFlag] { loopFinished(brokeOnFlag); });
+  onOwner([brokeOnFlag](BatchRun &run) { run.loopFinished(brokeOnFlag); });
 }
 
-BatchRun::SkipLookup BatchRun::skipLookup() const {
-  const auto set = [](const QStringList &list) { return QSet<QString>(list.begin(), list.end()); };
-  return {set(arrayEmptyNames), set(arrayInvalidFileName), set(arrayDuplicateNames),
-          set(arrayFileNotFound), set(arrayFileAlreadyExists)};
-}
-
-bool BatchRun::SkipLookup::passesOver(const QString &sourcePath, const QString &newPath) const {
-  return notFound.contains(sourcePath) || duplicate.contains(newPath) ||
-         invalid.contains(newPath) || empty.contains(newPath) || alreadyExists.contains(newPath);
-}
-
-int BatchRun::representationTypeOf(const std::shared_ptr<PhotoFile> &photo) const {
-  return photo ? representationType(settings.outputFormat, delegate_->arrFileFormatsSupported,
-                                    photo->fileExtension)
-               : 0;
-}
-
-QString BatchRun::destinationPathAt(qint64 index) const {
-  const auto &destinations = delegate_->arrayDestinationPaths;
-  if (index < destinations.size() && destinations.at(index))
-    return destinations.at(index)->filePath;
-  return QString();
-}
-
-BatchRun::PreparedPhoto BatchRun::preparePhoto(const std::shared_ptr<PhotoFile> &photo,
-                                               const QString &newPath, int repType,
-                                               const SkipLookup &skips, bool encode) const {
+BatchRun::Loop::PreparedPhoto BatchRun::Loop::preparePhoto(const std::shared_ptr<PhotoFile> &photo,
+                                                           const QString &newPath, int repType,
+                                                           bool encode) const {
   PreparedPhoto prepared;
   if (!photo)
     return prepared;
@@ -248,7 +374,7 @@ BatchRun::PreparedPhoto BatchRun::preparePhoto(const std::shared_ptr<PhotoFile> 
     if (std::optional<vips::VImage> image =
             Utils::sharedUtils().uprightImageFromUrl(photo->fileURL, properties))
       prepared.encoded =
-          writer_.encodeAhead(*image, newPath, repType, *photo, properties.value_or(QVariantMap()));
+          writer.encodeAhead(*image, newPath, repType, *photo, properties.value_or(QVariantMap()));
     if (prepared.encoded) {
       prepared.image = vips::VImage();
       return prepared;
@@ -259,13 +385,14 @@ BatchRun::PreparedPhoto BatchRun::preparePhoto(const std::shared_ptr<PhotoFile> 
   return prepared;
 }
 
-bool BatchRun::mayPrefetch(const QList<std::shared_ptr<PhotoFile>> &batch) const {
+bool BatchRun::mayPrefetch(const QList<std::shared_ptr<PhotoFile>> &batch,
+                           const QList<std::shared_ptr<OutputPhotoPath>> &destinations) {
   QSet<QString> sources;
   for (const auto &photo : batch) {
     if (photo)
       sources.insert(QFileInfo(photo->filePath).absoluteFilePath());
   }
-  for (const auto &destination : delegate_->arrayDestinationPaths) {
+  for (const auto &destination : destinations) {
     if (destination && sources.contains(QFileInfo(destination->filePath).absoluteFilePath()))
       return false;
   }
@@ -284,7 +411,7 @@ void BatchRun::loopFinished(bool brokeOnFlag) {
   // The user resumed while this loop was on its way out: go on where the run stands.
   if (brokeOnFlag && delegate_->isPHOTOS_PROCESSING_IN_PROGERESS && !ended_) {
     if (counterTotalProgressedFiles < batchCount()) {
-      submitLoop(delegate_->arraySelectedImagesToProcess);
+      submitLoop();
     } else {
       delegate_->isPHOTOS_PROCESSING_IN_PROGERESS = false;
       addSummaryViewIsFinished(true);
@@ -310,21 +437,21 @@ int BatchRun::representationType(qint32 outputFormat, const QStringList &formats
   return position - 1;
 }
 
-void BatchRun::processFileFromBunch(const std::shared_ptr<PhotoFile> &photo, qint64 index,
-                                    PreparedPhoto prepared, const SkipLookup &skips) {
+void BatchRun::Loop::processFileFromBunch(const std::shared_ptr<PhotoFile> &photo, qint64 index,
+                                          PreparedPhoto prepared) {
   if (!photo)
     return;
 
   const QString newPath = destinationPathAt(index);
 
-  auto report = [this](qint32 status, const QString &message, bool written, bool produced) {
-    runOnOwnerThread([=, this] {
-      callForUpdatingProgressWithCountWithProcessStatus(status, message, written, produced);
+  auto report = [this](qint32 status, const QString &message, bool written) {
+    onOwner([=](BatchRun &run) {
+      run.callForUpdatingProgressWithCountWithProcessStatus(status, message, written);
     });
   };
 
-  if (isSkipCurrentFileSelected) {
-    report(3, QStringLiteral("File already exists in destination folder"), false, false);
+  if (shared->skipCurrent) {
+    report(3, QStringLiteral("File already exists in destination folder"), false);
     return;
   }
   const bool notFound = skips.notFound.contains(photo->filePath);
@@ -341,25 +468,25 @@ void BatchRun::processFileFromBunch(const std::shared_ptr<PhotoFile> &photo, qin
       message = QStringLiteral("Invalid filename");
     else if (empty)
       message = QStringLiteral("Filename is blank");
-    report(2, message, false, false);
+    report(2, message, false);
     return;
   }
-  isSkipCurrentFileSelected = false;
+  shared->skipCurrent = false;
   if (skips.alreadyExists.contains(newPath)) {
-    report(3, QStringLiteral("File already exists in destination folder."), false, false);
+    report(3, QStringLiteral("File already exists in destination folder."), false);
     return;
   }
 
   // The filters with "Resize" moved last; nothing applies them in this version.
-  QList<std::shared_ptr<AppliedFilter>> filters = delegate_->arrayAppliedFilters;
-  for (qsizetype i = filters.size() - 1; i >= 0; --i) {
-    if (filters.at(i) && filters.at(i)->filterName == QLatin1String("Resize"))
-      filters.append(filters.takeAt(i));
+  QList<std::shared_ptr<AppliedFilter>> ordered = filters;
+  for (qsizetype i = ordered.size() - 1; i >= 0; --i) {
+    if (ordered.at(i) && ordered.at(i)->filterName == QLatin1String("Resize"))
+      ordered.append(ordered.takeAt(i));
   }
 
   const int repType = representationTypeOf(photo);
 
-  if (delegate_->isPHOTOS_PROCESSING_IN_PROGERESS) {
+  if (delegate->isPHOTOS_PROCESSING_IN_PROGERESS) {
     errno = 0;
     const qint64 free = freeSpaceReader ? freeSpaceReader(settings.outputFolderPath) : -1;
     const qint64 total = totalSpaceReader ? totalSpaceReader(settings.outputFolderPath) : -1;
@@ -372,7 +499,7 @@ void BatchRun::processFileFromBunch(const std::shared_ptr<PhotoFile> &photo, qin
               .arg(quint64(total) >> 20)
               .arg(quint64(free) >> 20));
       if ((quint64(free) >> 20) <= 100)
-        runOnOwnerThread([this] { showEnoughSpacePopup(); });
+        onOwner([](BatchRun &run) { run.showEnoughSpacePopup(); });
     }
   }
 
@@ -386,26 +513,24 @@ void BatchRun::processFileFromBunch(const std::shared_ptr<PhotoFile> &photo, qin
       image = scaled;
   }
 
-  WriteReport result;
-  if (image) {
-    result = writer_.saveImgInDirectoryFilteredImg(*image, newPath, repType, *photo,
-                                                   prepared.encoded ? &*prepared.encoded : nullptr);
-  } else {
-    result.reason = QStringLiteral("the photo could not be decoded");
+  if (!image) {
+    // Nothing could be read: an error, and no file under the photo's new name.
+    report(2, ImageWriter::notDecodedMessage(), true);
+    return;
   }
-  if (!result.produced)
-    log(QStringLiteral("not written: %1: %2").arg(newPath, result.reason));
+  const WriteReport result = writer.saveImgInDirectoryFilteredImg(
+      *image, newPath, repType, *photo, prepared.encoded ? &*prepared.encoded : nullptr);
   // An output removed by a stop during compression leaves the photo unprocessed: its report
   // is dropped like that of any photo the stop caught, and a resume writes it again.
-  report(result.status, result.message, !result.removedOnStop, result.produced);
+  report(result.status, result.message, !result.removedOnStop);
 }
 
 void BatchRun::callForUpdatingProgressWithCountWithProcessStatus(qint32 status,
                                                                  const QString &processMsg,
-                                                                 bool written, bool produced) {
+                                                                 bool written) {
   const bool running = delegate_->isPHOTOS_PROCESSING_IN_PROGERESS;
-  // A write that completed while a stop was pending is still recorded, so the log never
-  // calls a written photo "Not Processed" and a resume never writes it twice.
+  // A photo the writer finished with while a stop was pending is still recorded, so the
+  // log never calls a written photo "Not Processed" and a resume never writes it twice.
   if (!running && !(written && stopPending_))
     return;
   isSkipCurrentFileSelected = false;
@@ -416,8 +541,6 @@ void BatchRun::callForUpdatingProgressWithCountWithProcessStatus(qint32 status,
     break;
   case 1:
     ++counterProcessedSuccessfully;
-    if (!produced)
-      ++counterNotWritten;
     break;
   case 2:
     ++counterProcessedWithError;
@@ -436,7 +559,7 @@ void BatchRun::callForUpdatingProgressWithCountWithProcessStatus(qint32 status,
   if (counterTotalProgressedFiles <= count) {
     const qint64 k = counterTotalProgressedFiles - 1;
     if (k < count) {
-      const std::shared_ptr<PhotoFile> &photo = delegate_->arraySelectedImagesToProcess.at(k);
+      const std::shared_ptr<PhotoFile> &photo = batch_.at(k);
       if (photo) {
         photo->processStatus = status;
         photo->processInfoMessage = processMsg;
@@ -455,7 +578,7 @@ void BatchRun::callForUpdatingProgressWithCountWithProcessStatus(qint32 status,
 
 QString BatchRun::batchInfoText() const {
   double total = 0;
-  for (const auto &photo : delegate_->arraySelectedImagesToProcess) {
+  for (const auto &photo : batch_) {
     if (photo)
       total += photo->fileSizeInBytes;
   }
@@ -529,7 +652,7 @@ void BatchRun::btnOkOnOverwriteWindowTapped() {
   awake_ = std::make_unique<platform::Workspace::DisplayAwakeAssertion>(
       QStringLiteral("Describe Activity Type"));
   if (awake_->held() && !loopRunning_)
-    submitLoop(delegate_->arraySelectedImagesToProcess);
+    submitLoop();
   else
     awake_.reset();
 }
@@ -577,7 +700,7 @@ void BatchRun::btnNoOnAbortTapped() {
     updateBottomInfoWithTimerFlag(false);
     return;
   }
-  submitLoop(delegate_->arraySelectedImagesToProcess);
+  submitLoop();
 }
 
 // --- Alerts ---
@@ -609,7 +732,7 @@ void BatchRun::showAlertWithType(int type) {
   if (delegate_->isSUBWINDOW_OPENED)
     return;
   delegate_->isSUBWINDOW_OPENED = true;
-  const Alert alert = alertForType(type, batchCount());
+  const Alert alert = alertForType(type, delegate_->arraySelectedImagesToProcess.size());
   Q_EMIT alertRequested(type, alert.title, alert.message);
 }
 

@@ -2,6 +2,7 @@
 
 #include "processing/ImageWriter.h"
 #include "processing/RunSettings.h"
+#include "rename/PreviewPass.h"
 
 #include <QDateTime>
 #include <QList>
@@ -15,6 +16,8 @@
 #include <memory>
 
 class AppDelegate;
+class AppliedFilter;
+class OutputPhotoPath;
 class PhotoFile;
 namespace platform::Workspace {
 class DisplayAwakeAssertion;
@@ -42,16 +45,24 @@ struct SummaryInfo {
 // the end writes the summary log. It knows no widgets: sheets, alerts and display updates
 // are signals, and the screen answers through the btn...Tapped operations.
 //
-// Every result is handed to the thread that owns this object synchronously, so the loop
-// waits for each update; with submitToBackground set to run inline the whole run happens
-// on the calling thread (tests do this).
+// Every result is handed to the thread that owns this object, and the loop waits until it
+// has been recorded; with submitToBackground set to run inline the whole run happens on the
+// calling thread (tests do this). The loop reads only its own copies and the flags it shares
+// with this object, so the run may be destroyed while a loop ends: the destructor waits for
+// nothing, and the loop's last reports go to no one.
 class BatchRun : public QObject {
   Q_OBJECT
+
+  // The flags the loop's thread shares with this object (declared first: the references
+  // below are bound to them).
+  struct Shared;
+  std::shared_ptr<Shared> shared_;
+
 public:
   explicit BatchRun(AppDelegate *delegate, QObject *parent = nullptr);
   ~BatchRun() override;
 
-  // --- Settings and problem lists (filled before a run) ---
+  // --- Settings and problem lists (filled before a run, by start or by hand) ---
   RunSettings settings;
   QStringList arrayEmptyNames;
   QStringList arrayInvalidFileName;
@@ -65,13 +76,12 @@ public:
   qint64 counterProcessedSuccessfully = 0;
   qint64 counterProcessedWithError = 0;
   qint64 counterSkipped = 0;
-  // Photos reported as processed whose write put no file in place (the reason is logged).
-  qint64 counterNotWritten = 0;
   QDateTime processStartedDateTime;
   QString processStartTimeStr;
-  std::atomic<bool> isSkipCurrentFileSelected{false};
-  std::atomic<bool> isCompressionInProgress{false};
-  std::atomic<bool> isStopRequestWhileCompression{false};
+  // Written on the owner's thread and read by the loop's (or the other way round).
+  std::atomic<bool> &isSkipCurrentFileSelected;
+  std::atomic<bool> &isCompressionInProgress;
+  std::atomic<bool> &isStopRequestWhileCompression;
   QString nameOfOverWriteImg;
   QString strLogfilePath;
   QList<std::shared_ptr<PhotoFile>> arrayFilesToReProcess;
@@ -96,20 +106,27 @@ public:
   std::function<void(const QString &)> logLine;
 
   // --- Starting ---
-  // The start of a confirmed run: false for an empty batch (the settings view stays).
+  // The start of a confirmed run of what a preview pass prepared, taken whole: its photos,
+  // destinations and verdicts, and the settings they were computed with (the delegate gets
+  // the destination list). False for an empty batch.
+  bool start(const PreparedBatch &prepared);
+  // The start of a confirmed run of the delegate's batch and destinations with the settings
+  // and problem lists as they stand: false for an empty batch (the settings view stays).
   bool sendStartProcessRequest();
+  // The run's start proper (also reached directly, as the observer of the start
+  // notification): the delegate's batch unless start() gave one.
   void processStartNotification();
   void btnProcessTapped();
   void startProcessingOfPhotos();
 
   // --- The loop ---
+  // The loop over batch from counterTotalProgressedFiles, on the calling thread.
   void processFilesInBatch(QList<std::shared_ptr<PhotoFile>> batch);
-  // Records one photo's result; runs on the owning thread. written tells whether a write
-  // completed: such a result is recorded even when a stop is pending.
-  // produced tells whether that write put a file in place.
+  // Records one photo's result; runs on the owning thread. written tells whether the writer
+  // finished with the photo (a file written, or a failure to write one): such a result is
+  // recorded even when a stop is pending.
   void callForUpdatingProgressWithCountWithProcessStatus(qint32 status, const QString &processMsg,
-                                                         bool written = false,
-                                                         bool produced = true);
+                                                         bool written = false);
   // The representation type of a photo for the writer (tif 0 ... jp2 6; others as jpeg).
   static int representationType(qint32 outputFormat, const QStringList &formats,
                                 const QString &fileExtension);
@@ -161,9 +178,12 @@ public:
   void btnProcessSkippedFilesTapped();
 
   bool isLoopRunning() const { return loopRunning_.load(); }
-  bool mayPrefetchForTesting(const QList<std::shared_ptr<PhotoFile>> &batch) const {
-    return mayPrefetch(batch);
-  }
+  // Whether the next photos may be decoded while one is written: not when a destination of
+  // the batch is also a source, since the loop would then read a file it wrote.
+  static bool mayPrefetch(const QList<std::shared_ptr<PhotoFile>> &batch,
+                          const QList<std::shared_ptr<OutputPhotoPath>> &destinations);
+  // The photos and destinations of the run started last.
+  const QList<std::shared_ptr<PhotoFile>> &runBatch() const { return batch_; }
 
 Q_SIGNALS:
   void progressChanged(int percentage);
@@ -184,45 +204,28 @@ Q_SIGNALS:
   void processSkippedRequested(const QList<std::shared_ptr<PhotoFile>> &photos);
 
 private:
-  void runOnOwnerThread(const std::function<void()> &work);
-  void submitLoop(QList<std::shared_ptr<PhotoFile>> batch);
-  void runLoop(const QList<std::shared_ptr<PhotoFile>> &batch, qint64 start);
-  // The problem lists as sets: a photo's checks cost no walk through them.
-  struct SkipLookup {
-    QSet<QString> empty, invalid, duplicate, notFound, alreadyExists;
-    // Whether the checks end the photo's turn before it is written.
-    bool passesOver(const QString &sourcePath, const QString &newPath) const;
-  };
-  SkipLookup skipLookup() const;
-  // What is made of a photo before its turn: the loader's result (none when it could not be
-  // decoded) and, when asked, the output encoded in memory (the pixels are then let go).
-  struct PreparedPhoto {
-    std::optional<vips::VImage> image;
-    std::optional<EncodedFile> encoded;
-  };
-  // Runs on a worker: it reads only its arguments, the photo and the run's settings.
-  PreparedPhoto preparePhoto(const std::shared_ptr<PhotoFile> &photo, const QString &newPath,
-                             int repType, const SkipLookup &skips, bool encode) const;
-  QString destinationPathAt(qint64 index) const;
-  int representationTypeOf(const std::shared_ptr<PhotoFile> &photo) const;
-  // One photo's turn with what was made of it beforehand.
-  void processFileFromBunch(const std::shared_ptr<PhotoFile> &photo, qint64 index,
-                            PreparedPhoto prepared, const SkipLookup &skips);
-  // Whether the next photo may be decoded while this one is written: not when a destination
-  // of the batch is also a source, since the loop would then read a file it wrote.
-  bool mayPrefetch(const QList<std::shared_ptr<PhotoFile>> &batch) const;
+  // One loop over the batch with everything it reads (BatchRun.cpp).
+  class Loop;
+  // Starts a loop from counterTotalProgressedFiles: on a background task, or here.
+  void submitLoop(bool here = false);
+  // The delegate's batch and destinations become the run's, unless start() gave them.
+  void takeBatch();
   void loopFinished(bool brokeOnFlag);
   void writeSummaryAndEnd(bool finished);
   qsizetype batchCount() const;
   void log(const QString &line);
 
   AppDelegate *delegate_;
-  ImageWriter writer_;
+  // The run's photos and destinations, taken when it starts; the loop works on copies.
+  QList<std::shared_ptr<PhotoFile>> batch_;
+  QList<std::shared_ptr<OutputPhotoPath>> destinations_;
+  // batch_ and destinations_ are set for the start under way (by start(), or taken from the
+  // delegate by takeBatch).
+  bool batchTaken_ = false;
   QTimer bottomInfoTimer_;
   std::atomic<bool> loopRunning_{false};
   // A stop cleared the run flag while a photo may still be in flight.
-  std::atomic<bool> stopPending_{false};
-  bool resumeWhenLoopEnds_ = false;
+  bool stopPending_ = false;
   int summaryWhenLoopEnds_ = -1; // -1 none, else the finished flag
   bool ended_ = false;
   std::unique_ptr<platform::Workspace::DisplayAwakeAssertion> awake_;

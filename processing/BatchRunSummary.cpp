@@ -62,7 +62,7 @@ QString BatchRun::summaryText(bool completed, const QList<std::shared_ptr<PhotoF
                               const QList<std::shared_ptr<PhotoFile>> &notProcessed,
                               const QList<std::shared_ptr<PhotoFile>> &skipped,
                               const QList<std::shared_ptr<PhotoFile>> &withError) const {
-  const QList<std::shared_ptr<PhotoFile>> &batch = delegate_->arraySelectedImagesToProcess;
+  const QList<std::shared_ptr<PhotoFile>> &batch = batch_;
   const QString start =
       Utils::getDateStringFromDate(processStartedDateTime, QStringLiteral("MM-dd-YYYY hh:mm:s a"));
   const qint64 seconds =
@@ -122,7 +122,7 @@ bool BatchRun::createAndWriteSummaryFileWithStatus(bool completed) {
   }
   QList<std::shared_ptr<PhotoFile>> processed, notProcessed, skipped, withError;
   arrayFilesToReProcess.clear();
-  for (const auto &photo : delegate_->arraySelectedImagesToProcess) {
+  for (const auto &photo : batch_) {
     if (!photo)
       continue;
     switch (photo->processStatus) {
@@ -164,7 +164,7 @@ bool BatchRun::createAndWriteSummaryFileWithStatus(bool completed) {
 }
 
 void BatchRun::setSummmaryInfo(bool finished) {
-  const QList<std::shared_ptr<PhotoFile>> &batch = delegate_->arraySelectedImagesToProcess;
+  const QList<std::shared_ptr<PhotoFile>> &batch = batch_;
   SummaryInfo info;
   info.header = finished ? QStringLiteral("Process Finished!") : QStringLiteral("Process Stopped!");
   info.batchCount = QString::number(batch.size());

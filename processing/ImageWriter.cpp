@@ -38,6 +38,16 @@ void removeLogged(const QString &path) {
     logLine(QStringLiteral("could not remove %1").arg(path));
 }
 
+// A library's reason on one line: libvips joins several messages with line breaks.
+QString oneLine(const QString &reason) {
+  QStringList parts = reason.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+  for (QString &part : parts)
+    part = part.trimmed();
+  parts.removeAll(QString());
+  parts.removeDuplicates();
+  return parts.join(QStringLiteral("; "));
+}
+
 bool samePath(const QString &a, const QString &b) {
   const QString ca = QFileInfo(a).canonicalFilePath();
   const QString cb = QFileInfo(b).canonicalFilePath();
@@ -85,11 +95,24 @@ void ImageWriter::makePictureFolderIfNeeded(const QString &newPath) {
   }
 }
 
+QString ImageWriter::encoderFailedMessage(const QString &reason) {
+  return QStringLiteral("The encoder failed: %1").arg(oneLine(reason));
+}
+
+QString ImageWriter::notWrittenMessage(const QString &reason) {
+  return QStringLiteral("The file could not be written: %1").arg(oneLine(reason));
+}
+
+QString ImageWriter::notDecodedMessage() {
+  return QStringLiteral("The photo could not be decoded.");
+}
+
 WriteReport ImageWriter::saveImgInDirectoryFilteredImg(const VImage &image, const QString &newPath,
                                                        int repType, const PhotoFile &photo,
                                                        const EncodedFile *encoded) {
   WriteReport report;
   removedOnStop_ = false;
+  failure_ = Failure::None;
   makePictureFolderIfNeeded(newPath);
   bool alreadyExists = false;
   bool produced = false;
@@ -105,6 +128,13 @@ WriteReport ImageWriter::saveImgInDirectoryFilteredImg(const VImage &image, cons
     // A file appeared at the destination after the preview and overwriting is off.
     report.status = 3;
     report.message = QStringLiteral("File already exists in destination folder");
+    return report;
+  }
+  if (!produced && !removedOnStop_) {
+    // Nothing under the final name: the photo is an error, and the message says why.
+    report.status = 2;
+    report.message = failure_ == Failure::Encoding ? encoderFailedMessage(report.reason)
+                                                   : notWrittenMessage(report.reason);
     return report;
   }
 
@@ -179,6 +209,7 @@ std::optional<EncodedFile> ImageWriter::encodeAhead(const VImage &image, const Q
 bool ImageWriter::commitStill(const EncodedFile &encoded, const QString &newPath, QString *reason,
                               bool *alreadyExists) {
   logLine(QStringLiteral("save image at path %1").arg(newPath));
+  failure_ = Failure::Writing;
   return platform::SafeWrite::writeInPlace(newPath, encoded.bytes(),
                                            settings.owerwriteExistingFiles, reason, alreadyExists);
 }
@@ -188,6 +219,7 @@ bool ImageWriter::saveImageUsingDefaultMethodInDirectoryFilteredImg(
     QString *reason, bool *alreadyExists, const EncodedFile *encoded) {
   makePictureFolderIfNeeded(newPath);
   if (newPath.isEmpty()) {
+    failure_ = Failure::Writing;
     *reason = QStringLiteral("no destination path");
     return false;
   }
@@ -205,36 +237,45 @@ bool ImageWriter::saveImageUsingDefaultMethodInDirectoryFilteredImg(
   if (!plan.compression) {
     const std::optional<EncodedFile> bytes = Utils::sharedUtils().encodeWithProperties(
         plan.repType, b.bitmap, b.properties, plan.factor, -1, photo.filePath, reason);
-    return bytes && commitStill(*bytes, newPath, reason, alreadyExists);
+    if (!bytes) {
+      failure_ = Failure::Encoding;
+      return false;
+    }
+    return commitStill(*bytes, newPath, reason, alreadyExists);
   }
 
   if (setCompressionInProgress)
     setCompressionInProgress(true);
-  const QString temporaryPng = platform::temporaryDirectory() + QStringLiteral("/TempFile.png");
-  removeLogged(temporaryPng);
-  bool written = Utils::sharedUtils().saveImageInSelectedFormat(
-      5, temporaryPng, image, b.bitmap, b.properties, settings.qualityRatio, b.orientation,
-      photo.filePath, reason);
+  // The intermediate PNG is kept in memory: no file name that two runs could share.
+  const std::optional<EncodedFile> intermediatePng = Utils::sharedUtils().encodeWithProperties(
+      5, b.bitmap, b.properties, settings.qualityRatio, -1, photo.filePath, reason);
+  bool written = false;
+  if (!intermediatePng)
+    failure_ = Failure::Encoding;
   // The compressor: the destination in its own format at the slider's effort, read back from
   // the intermediate PNG.
-  if (written) {
+  if (intermediatePng) {
     try {
+      const QByteArrayView png = intermediatePng->bytes();
       VImage intermediate =
-          VImage::new_from_file(QFile::encodeName(temporaryPng).constData(),
-                                VImage::option()->set("access", VIPS_ACCESS_SEQUENTIAL));
+          VImage::new_from_buffer(png.data(), size_t(png.size()), "",
+                                  VImage::option()->set("access", VIPS_ACCESS_SEQUENTIAL));
       const std::optional<EncodedFile> bytes = Utils::sharedUtils().encodeWithProperties(
           plan.repType, intermediate, b.properties, 0.98f,
           std::clamp(int(settings.compressionRatio), 0, 9), photo.filePath, reason);
-      written = bytes && commitStill(*bytes, newPath, reason, alreadyExists);
+      if (bytes)
+        written = commitStill(*bytes, newPath, reason, alreadyExists);
+      else
+        failure_ = Failure::Encoding;
     } catch (const vips::VError &error) {
       *reason = QString::fromUtf8(error.what()).trimmed();
+      failure_ = Failure::Encoding;
       written = false;
     }
   }
   if (setCompressionInProgress)
     setCompressionInProgress(false);
   logLine(QStringLiteral("File Compressed Successfully"));
-  removeLogged(temporaryPng);
   if (takeStopRequestWhileCompression && takeStopRequestWhileCompression()) {
     if (written) {
       removeLogged(newPath);
@@ -300,8 +341,10 @@ bool ImageWriter::saveImageUsingImageMagick(const VImage &image, const QString &
     }
   } catch (const vips::VError &error) {
     *reason = QString::fromUtf8(error.what()).trimmed();
+    failure_ = Failure::Encoding;
     return false;
   }
+  failure_ = Failure::Writing;
   const QString temporary =
       platform::SafeWrite::createTemporaryFile(QFileInfo(newPath).absolutePath(), reason);
   if (temporary.isEmpty())
@@ -314,8 +357,7 @@ bool ImageWriter::saveImageUsingImageMagick(const VImage &image, const QString &
                                      alreadyExists);
 }
 
-bool ImageWriter::createSinglePagePdfDocAtPath(const QString &folder, const VImage &image) {
-  const QString path = folder + QStringLiteral("/singlePagePdfDoc.pdf");
+QString ImageWriter::createSinglePagePdfDocAtPath(const QString &folder, const VImage &image) {
   platform::PdfPages::JpegPicture picture;
   try {
     VImage page = Utils::sharedUtils().getCgiImageRef(image);
@@ -329,14 +371,24 @@ bool ImageWriter::createSinglePagePdfDocAtPath(const QString &folder, const VIma
     picture.width = page.width();
     picture.height = page.height();
   } catch (const vips::VError &) {
-    return false;
+    return QString();
   }
-  const QString temporary = platform::SafeWrite::createTemporaryFile(folder);
-  if (temporary.isEmpty())
-    return false;
-  if (!platform::PdfPages::appendJpegPage(QString(), temporary, picture)) {
-    QFile::remove(temporary);
-    return false;
+  // Each attempt writes a fresh temporary file: a failed commit removes it.
+  for (int n = 1; n < 1000; ++n) {
+    const QString temporary = platform::SafeWrite::createTemporaryFile(folder);
+    if (temporary.isEmpty())
+      return QString();
+    if (!platform::PdfPages::appendJpegPage(QString(), temporary, picture)) {
+      QFile::remove(temporary);
+      return QString();
+    }
+    const QString path = n == 1 ? folder + QStringLiteral("/singlePagePdfDoc.pdf")
+                                : QStringLiteral("%1/singlePagePdfDoc %2.pdf").arg(folder).arg(n);
+    bool taken = false;
+    if (platform::SafeWrite::commit(temporary, path, false, nullptr, &taken))
+      return path;
+    if (!taken)
+      return QString();
   }
-  return platform::SafeWrite::commit(temporary, path, true);
+  return QString();
 }

@@ -13,9 +13,10 @@
 
 class PhotoFile;
 
-// What one write ended with. status and message are what the run records for the photo
-// (1 "File processed successfully", or 3 when a file appeared at the destination and
-// overwriting is off); produced tells whether this write put a file in place, and reason
+// What one write ended with. status and message are what the run records for the photo:
+// 1 "File processed successfully"; 3 when a file appeared at the destination and overwriting
+// is off; 2 when the photo could not be encoded or its file not written, the message then
+// saying why in one line. produced tells whether this write put a file in place, and reason
 // why not when it did not.
 struct WriteReport {
   qint32 status = 1;
@@ -66,8 +67,15 @@ public:
   // The PDF path: a page appended to the document at newPath, or a new document.
   bool saveImageUsingImageMagick(const vips::VImage &image, const QString &newPath,
                                  const PhotoFile &photo, QString *reason, bool *alreadyExists);
-  // The image as a one-page document "singlePagePdfDoc.pdf" in folder.
-  bool createSinglePagePdfDocAtPath(const QString &folder, const vips::VImage &image);
+  // The image as a one-page document "singlePagePdfDoc.pdf" in folder, or, when that name is
+  // taken, "singlePagePdfDoc N.pdf" with the first free N: an existing document is never
+  // replaced. The path written, or empty when nothing was.
+  QString createSinglePagePdfDocAtPath(const QString &folder, const vips::VImage &image);
+
+  // The photo's messages of a failed write.
+  static QString encoderFailedMessage(const QString &reason);
+  static QString notWrittenMessage(const QString &reason);
+  static QString notDecodedMessage();
 
   // The encoder's quality factor for the settings (the quality branch, else 0.98).
   static float qualityFactor(const RunSettings &settings);
@@ -86,7 +94,7 @@ private:
   struct StillPlan {
     int repType = 0;
     float factor = 0.98f;
-    bool compression = false; // through "TempFile.png" and the compressor
+    bool compression = false; // through an intermediate PNG and the compressor
   };
   StillPlan stillPlan(const QString &newPath, int repType) const;
   // The bitmap the encoders take, turned by hand when automatic correction is off, with the
@@ -102,4 +110,7 @@ private:
                    bool *alreadyExists);
   void makePictureFolderIfNeeded(const QString &newPath);
   bool removedOnStop_ = false;
+  // Where the last failed write failed: its encoder, or putting its file in place.
+  enum class Failure { None, Encoding, Writing };
+  Failure failure_ = Failure::None;
 };

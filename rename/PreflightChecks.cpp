@@ -4,10 +4,46 @@
 #include "rename/BatchSlices.h"
 #include "rename/OutputPhotoPath.h"
 
+#include <climits>
 #include <memory>
 #include <vector>
 
 namespace {
+
+// The file system's limits: a name of at most NAME_MAX bytes, a path shorter than PATH_MAX.
+#ifndef NAME_MAX
+constexpr qsizetype kNameMax = 255;
+#else
+constexpr qsizetype kNameMax = NAME_MAX;
+#endif
+#ifndef PATH_MAX
+constexpr qsizetype kPathMax = 4096;
+#else
+constexpr qsizetype kPathMax = PATH_MAX;
+#endif
+
+qsizetype utf8Length(QStringView text) {
+  // Counted without making the UTF-8 copy: a character of one UTF-16 unit takes 1 to 3
+  // bytes, a surrogate pair 4.
+  qsizetype bytes = 0;
+  for (const QChar c : text) {
+    const char16_t u = c.unicode();
+    bytes += u < 0x80 ? 1 : u < 0x800 ? 2 : c.isSurrogate() ? 2 : 3;
+  }
+  return bytes;
+}
+
+// Whether the destination can be made at all: its new name within the name limit and its
+// whole path within the path limit (the byte counts the system sees).
+bool fitsFileSystem(const QString &filePath) {
+  // Three bytes per unit at most: most paths are far too short to need counting.
+  if (filePath.size() * 3 < kPathMax && filePath.size() * 3 <= kNameMax)
+    return true;
+  if (utf8Length(filePath) >= kPathMax)
+    return false;
+  const qsizetype slash = filePath.lastIndexOf(QLatin1Char('/'));
+  return utf8Length(QStringView(filePath).mid(slash + 1)) <= kNameMax;
+}
 
 // What the checks find for one record: the first rule that applies.
 enum Verdict : char { Ready, Blank, Invalid, Duplicate, NotFound, Exists };
@@ -16,7 +52,8 @@ Verdict verdictOf(const OutputPhotoPath &record, bool owerwriteExistingFiles,
                   std::unique_ptr<platform::Files::FolderProbe> *probe) {
   if (record.fileExtension.isEmpty())
     return Blank;
-  if (record.fileName.contains(QLatin1String("http:"), Qt::CaseInsensitive))
+  if (record.fileName.contains(QLatin1String("http:"), Qt::CaseInsensitive) ||
+      !fitsFileSystem(record.filePath))
     return Invalid;
   if (record.occurenceCount >= 2)
     return Duplicate;

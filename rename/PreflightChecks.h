@@ -35,8 +35,9 @@ struct ErrorFiles {
 };
 
 // Each record is checked in list order; the first rule that applies decides: blank name,
-// "http:" in the name (any case), duplicate destination, source gone, then (unless
-// overwriting) destination exists.
+// invalid name ("http:" in it, any case, or a name over 255 bytes, or a path over the
+// system's path limit), duplicate destination, source gone, then (unless overwriting)
+// destination exists.
 // consoleLines are collected only when asked for (the batch screen's copy logs them).
 ErrorFiles calculateErrorFiles(const QList<std::shared_ptr<OutputPhotoPath>> &records,
                                bool owerwriteExistingFiles, bool collectConsoleLines = false);

@@ -16,6 +16,7 @@
 #include <QSet>
 #include <QThreadPool>
 
+#include <mutex>
 #include <optional>
 #include <vector>
 
@@ -121,6 +122,33 @@ PreviewResult computePreview(const QList<std::shared_ptr<PhotoFile>> &batch,
   return result;
 }
 
+PreparedBatch prepareBatch(QList<std::shared_ptr<PhotoFile>> batch,
+                           std::shared_ptr<BatchRenameSetting> setting,
+                           std::shared_ptr<OutputOptionSettings> options,
+                           const QStringList &formats) {
+  PreparedBatch prepared;
+  if (!setting || !options)
+    return prepared;
+  PreviewResult result =
+      computePreview(batch, RenameRules::fromSetting(*setting), formats, *options);
+  if (result.isIphotoExist)
+    options->forceCopyModeForLibraryPhotos();
+  prepared.verdicts = calculateErrorFiles(result.paths, options->owerwriteExistingFiles);
+  prepared.batch = std::move(batch);
+  prepared.destinations = std::move(result.paths);
+  prepared.setting = std::move(setting);
+  prepared.options = std::move(options);
+  prepared.isIphotoExist = result.isIphotoExist;
+  prepared.isRawFormatExist = result.isRawFormatExist;
+  return prepared;
+}
+
+void handPreparedBatchToDelegate(AppDelegate *delegate, const PreparedBatch &prepared) {
+  delegate->selectedRenameSettingObj = prepared.setting;
+  delegate->selectedOuputSettingObj = prepared.options;
+  delegate->arrayDestinationPaths = prepared.destinations;
+}
+
 void countOccurences(const QList<std::shared_ptr<OutputPhotoPath>> &records) {
   // Equal paths have equal hashes, so records split by hash into shards that are counted
   // apart, each on its own thread, in open-addressed tables of record indexes.
@@ -172,17 +200,38 @@ void countOccurences(const QList<std::shared_ptr<OutputPhotoPath>> &records) {
   }
 }
 
+struct RenamePreviewController::Channel {
+  std::mutex mutex;
+  RenamePreviewController *owner = nullptr;
+};
+
+namespace {
+
+// The serial background queue of every preview pass: passes run one after another in the
+// order they were started. It lives as long as the process, so no screen that goes away
+// waits for a pass.
+QThreadPool *previewQueue() {
+  static QThreadPool *const queue = [] {
+    auto *pool = new QThreadPool;
+    pool->setMaxThreadCount(1);
+    return pool;
+  }();
+  return queue;
+}
+
+} // namespace
+
 RenamePreviewController::RenamePreviewController(AppDelegate *delegate, QObject *parent)
-    : QObject(parent), delegate_(delegate), queue_(new QThreadPool(this)) {
-  // One worker: passes run one after another, in the order they were started.
-  queue_->setMaxThreadCount(1);
+    : QObject(parent), channel_(std::make_shared<Channel>()), delegate_(delegate) {
+  channel_->owner = this;
   filterButtons = updateErrorAndWarningUI(errorFiles);
 }
 
 RenamePreviewController::~RenamePreviewController() {
-  // A pass still running hands its result to this object: let it end first.
-  waitForPreview();
-  queue_->waitForDone();
+  // A pass still running finds no one to hand its result to; one already handed over is
+  // dropped with this object's pending events.
+  std::lock_guard<std::mutex> lock(channel_->mutex);
+  channel_->owner = nullptr;
 }
 
 void RenamePreviewController::viewDidAppear() {
@@ -212,28 +261,36 @@ void RenamePreviewController::resetPreviewForUpdatedRenameSelections(bool initia
   if (!initial)
     delegate_->isRENAME_SETTINGS_CHANGED = true;
 
-  // The pass works on copies taken now, so later edits cannot race with it.
-  const QList<std::shared_ptr<PhotoFile>> batch = delegate_->arraySelectedImagesToProcess;
-  const RenameRules rules = RenameRules::fromSetting(*setting);
+  // The pass works on copies taken now, so later edits cannot race with it. The checks run
+  // with it, off this thread: they look at the disk for every photo.
+  QList<std::shared_ptr<PhotoFile>> batch = delegate_->arraySelectedImagesToProcess;
+  auto settingNow = std::make_shared<BatchRenameSetting>(*setting);
+  auto optionsNow = std::make_shared<OutputOptionSettings>(*options);
   const QStringList formats = delegate_->arrFileFormatsSupported;
-  const OutputOptionSettings optionsNow = *options;
   ++pendingPasses_;
-  queue_->start([this, batch, rules, formats, optionsNow] {
-    const PreviewResult result = computePreview(batch, rules, formats, optionsNow);
-    QMetaObject::invokeMethod(
-        this, [this, &result] { finishPass(result); }, Qt::BlockingQueuedConnection);
+  previewQueue()->start([channel = channel_, batch = std::move(batch),
+                         settingNow = std::move(settingNow), optionsNow = std::move(optionsNow),
+                         formats]() mutable {
+    PreparedBatch prepared =
+        prepareBatch(std::move(batch), std::move(settingNow), std::move(optionsNow), formats);
+    std::lock_guard<std::mutex> lock(channel->mutex);
+    if (RenamePreviewController *owner = channel->owner)
+      QMetaObject::invokeMethod(
+          owner, [owner, prepared = std::move(prepared)] { owner->finishPass(prepared); },
+          Qt::QueuedConnection);
   });
 }
 
-void RenamePreviewController::finishPass(const PreviewResult &result) {
+void RenamePreviewController::finishPass(const PreparedBatch &prepared) {
   --pendingPasses_;
-  arrayOutputFilePaths = result.paths;
-  isIphotoExist = result.isIphotoExist;
-  isRawFormatExist = result.isRawFormatExist;
+  prepared_ = prepared;
+  arrayOutputFilePaths = prepared.destinations;
+  isIphotoExist = prepared.isIphotoExist;
+  isRawFormatExist = prepared.isRawFormatExist;
   delegate_->selectedOuputSettingObj = options;
   delegate_->selectedRenameSettingObj = setting;
-  delegate_->arrayDestinationPaths = result.paths;
-  errorFiles = calculateErrorFiles(result.paths, options->owerwriteExistingFiles);
+  delegate_->arrayDestinationPaths = prepared.destinations;
+  errorFiles = prepared.verdicts;
   filterButtons = updateErrorAndWarningUI(errorFiles);
   if (postNotification)
     postNotification(QStringLiteral("notificationsHideLoading"));

@@ -15,7 +15,6 @@ class BatchRenameSetting;
 class OutputOptionSettings;
 class OutputPhotoPath;
 class PhotoFile;
-class QThreadPool;
 
 // What one preview pass computes off the main thread.
 struct PreviewResult {
@@ -29,6 +28,34 @@ struct PreviewResult {
 PreviewResult computePreview(const QList<std::shared_ptr<PhotoFile>> &batch,
                              const RenameRules &rules, const QStringList &formats,
                              const OutputOptionSettings &options);
+
+// A batch made ready for a run by one preview pass: the photos, their destinations in batch
+// order, the checks' verdicts, and the settings the destinations were computed with. The
+// preview shows it, the start gate reads it, and the run takes it whole
+// (BatchRun::start), so no list is copied by hand between them.
+struct PreparedBatch {
+  QList<std::shared_ptr<PhotoFile>> batch;
+  QList<std::shared_ptr<OutputPhotoPath>> destinations; // one per photo, batch order
+  ErrorFiles verdicts;
+  std::shared_ptr<BatchRenameSetting> setting;
+  std::shared_ptr<OutputOptionSettings> options;
+  bool isIphotoExist = false;
+  bool isRawFormatExist = false;
+
+  StartGate startGate() const { return startGateForBatch(verdicts, destinations.size()); }
+};
+
+// One whole preview pass: computePreview, the copy mode forced on options when a library
+// photo is in the batch, then the checks. setting and options become the result's; they
+// must not be changed meanwhile (a screen passes copies). Reads only its arguments, so it
+// may run on any thread.
+PreparedBatch prepareBatch(QList<std::shared_ptr<PhotoFile>> batch,
+                           std::shared_ptr<BatchRenameSetting> setting,
+                           std::shared_ptr<OutputOptionSettings> options,
+                           const QStringList &formats);
+
+// Makes a prepared batch the delegate's: its setting, options and destination list.
+void handPreparedBatchToDelegate(AppDelegate *delegate, const PreparedBatch &prepared);
 
 // occurenceCount of every record: how many records have exactly its filePath (case
 // matters), itself included. Linear in the number of records.
@@ -54,9 +81,13 @@ public:
   // one, so the last one started wins. With initial false the delegate's
   // isRENAME_SETTINGS_CHANGED is set.
   void resetPreviewForUpdatedRenameSelections(bool initial);
-  // Runs the event loop until every pass started has been handed back.
+  // Runs the event loop until every pass started has been handed back (for tests and
+  // scripts; a screen waits for previewUpdated instead).
   void waitForPreview();
   bool isPreviewRunning() const { return pendingPasses_ > 0; }
+
+  // The last pass handed back: what the start gate reads and the run takes.
+  const PreparedBatch &preparedBatch() const { return prepared_; }
 
   // The start button: the blank-replacement-name message, or empty when the batch was
   // handed to the delegate (callDelegateToProcessPhotos).
@@ -89,9 +120,13 @@ Q_SIGNALS:
   void processPhotosRequested();
 
 private:
-  void finishPass(const PreviewResult &result);
+  void finishPass(const PreparedBatch &prepared);
 
+  // What a pass reaches this object through: cleared when it is destroyed, so a pass still
+  // running hands its result to no one and the destructor waits for nothing.
+  struct Channel;
+  std::shared_ptr<Channel> channel_;
   AppDelegate *delegate_;
-  QThreadPool *queue_;
+  PreparedBatch prepared_;
   int pendingPasses_ = 0;
 };

@@ -7,12 +7,15 @@
 #include "imaging/Utils.h"
 #include "intake/PhotoFile.h"
 #include "platform/StandardFolders.h"
+#include "rename/BatchRenameSetting.h"
 #include "rename/OutputOptionSettings.h"
 #include "rename/OutputPhotoPath.h"
+#include "rename/PreviewPass.h"
 
 #include "tests/support/TestEnv.h"
 
 #include <QDir>
+#include <QElapsedTimer>
 #include <QEventLoop>
 #include <QFile>
 #include <QFileInfo>
@@ -302,24 +305,57 @@ TEST_F(BatchRunTest, ScaleFactorTwoHalvesTheWrittenSize) {
   EXPECT_TRUE(console.contains("backing scale factor: 2.000000"));
 }
 
+// Photos that cannot be read, whole or in part, end in error with the reason, leave no file
+// under their new name and keep their source in move mode; the others are moved.
 TEST_F(BatchRunTest, MoveModeTrashesOnlySourcesWhoseOutputExists) {
-  addPhoto(kSamples[0], "m0.jpg");
-  addPhoto("jpg/corrupted.jpg", "m1.jpg");
-  // A photo whose bytes end early cannot be decoded: reported processed, counted apart.
-  const QString broken = source(1);
-  QFile::resize(broken, 300);
+  for (const bool ahead : {true, false}) {
+    SCOPED_TRACE(ahead ? "made ahead" : "each in its turn");
+    delegate->arraySelectedImagesToProcess.clear();
+    delegate->arrayDestinationPaths.clear();
+    ended.clear();
+    addPhoto(kSamples[0], ahead ? "m0.jpg" : "n0.jpg");
+    addPhoto("jpg/corrupted.jpg", ahead ? "m1.jpg" : "n1.jpg"); // damaged midway
+    addPhoto("jpg/corrupted.jpg", ahead ? "m2.jpg" : "n2.jpg");
+    QFile::resize(source(2), 300); // its bytes end in the header
+    run->prefetchNextPhoto = ahead;
+    run->settings.moveAndRenameToDestinationFolder = true;
+    ASSERT_TRUE(run->sendStartProcessRequest());
+    ASSERT_EQ(ended, QList<bool>{true});
+    EXPECT_TRUE(QFileInfo::exists(destination(0)));
+    EXPECT_FALSE(QFileInfo::exists(source(0)));
+    EXPECT_TRUE(QFileInfo::exists(platform::trashDirectory() + "/files/" +
+                                  QFileInfo(source(0)).fileName()));
+    for (int i : {1, 2}) {
+      EXPECT_EQ(status(i), 2);
+      EXPECT_EQ(message(i), "The photo could not be decoded.");
+      EXPECT_FALSE(QFileInfo::exists(destination(i)));
+      EXPECT_TRUE(QFileInfo::exists(source(i)));
+    }
+    EXPECT_EQ(run->counterProcessedSuccessfully, 1);
+    EXPECT_EQ(run->counterProcessedWithError, 2);
+    EXPECT_EQ(run->summaryInfo.errors, "2");
+    EXPECT_EQ(run->arrayFilesToReProcess.size(), 2);
+    EXPECT_TRUE(logText().contains("\n1\tError(The photo could not be decoded.)\t" + source(1) +
+                                   "\n2\tError(The photo could not be decoded.)\t" + source(2)));
+    EXPECT_TRUE(QDir(dir.filePath("out")).entryList({".quillmere-*"}, QDir::Hidden).isEmpty());
+  }
+}
+
+// A write that the system refuses is an error with the system's reason: here a folder holds
+// the new name, so not even overwriting can put the file there.
+TEST_F(BatchRunTest, AWriteTheSystemRefusesIsAnErrorWithItsReason) {
+  addPhotos(2, "w%1.png");
+  run->settings.outputFormat = 6;
+  run->settings.owerwriteExistingFiles = true;
   run->settings.moveAndRenameToDestinationFolder = true;
+  QDir().mkpath(destination(1));
   ASSERT_TRUE(run->sendStartProcessRequest());
-  ASSERT_EQ(ended, QList<bool>{true});
-  EXPECT_TRUE(QFileInfo::exists(destination(0)));
-  EXPECT_FALSE(QFileInfo::exists(source(0)));
-  EXPECT_TRUE(
-      QFileInfo::exists(platform::trashDirectory() + "/files/" + QFileInfo(source(0)).fileName()));
-  EXPECT_EQ(status(1), 1);
-  EXPECT_FALSE(QFileInfo::exists(destination(1)));
-  EXPECT_TRUE(QFileInfo::exists(broken));
-  EXPECT_EQ(run->counterNotWritten, 1);
-  EXPECT_TRUE(console.filter("not written: " + destination(1)).size() == 1);
+  EXPECT_EQ(status(0), 1);
+  EXPECT_EQ(status(1), 2);
+  EXPECT_EQ(message(1), "The file could not be written: Is a directory");
+  EXPECT_TRUE(QFileInfo(destination(1)).isDir());
+  EXPECT_TRUE(QFileInfo::exists(source(1)));
+  EXPECT_TRUE(logText().contains("Errors: 1\n"));
 }
 
 TEST_F(BatchRunTest, RepresentationTypes) {
@@ -411,10 +447,12 @@ TEST_F(BatchRunTest, DecodingAheadKeepsOrderAndStaysOffWhenADestinationIsASource
     EXPECT_TRUE(QFileInfo::exists(destination(i)));
 
   delegate->arrayDestinationPaths[2] = OutputPhotoPath::initWithoutDiskCheck(source(2), source(2));
-  EXPECT_FALSE(run->mayPrefetchForTesting(delegate->arraySelectedImagesToProcess));
+  EXPECT_FALSE(BatchRun::mayPrefetch(delegate->arraySelectedImagesToProcess,
+                                     delegate->arrayDestinationPaths));
   delegate->arrayDestinationPaths[2] =
       OutputPhotoPath::initWithoutDiskCheck(dir.filePath("out/x.jpg"), source(2));
-  EXPECT_TRUE(run->mayPrefetchForTesting(delegate->arraySelectedImagesToProcess));
+  EXPECT_TRUE(BatchRun::mayPrefetch(delegate->arraySelectedImagesToProcess,
+                                    delegate->arrayDestinationPaths));
 }
 
 // Outputs made ahead by the workers are the very files the photo's own turn would write,
@@ -461,7 +499,97 @@ TEST_F(BatchRunTest, OutputsMadeAheadMatchThoseMadeInTurn) {
       EXPECT_TRUE(inTurn == aheadBytes[i]) << qPrintable(destination(i));
   }
   EXPECT_TRUE(ahead.first().startsWith("1 "));
+  EXPECT_TRUE(ahead.at(count - 2).startsWith("2 The photo could not be decoded."));
   EXPECT_TRUE(ahead.last().startsWith("3 "));
+}
+
+// A run on its own thread whose owner goes away: the destructor returns at once, without
+// running an event loop, and the loop ends by itself after its photo.
+TEST_F(BatchRunTest, DestroyedWhileItsLoopRunsWaitsForNothing) {
+  addPhotos(8, "g%1.png");
+  run->settings.outputFormat = 6;
+  run->settings.isSetCompression = true;
+  run->settings.compressionRatio = 9;
+  QThread *worker = nullptr;
+  run->submitToBackground = [&worker](std::function<void()> work) {
+    worker = QThread::create(std::move(work));
+    worker->start();
+  };
+  QEventLoop loop;
+  QObject::connect(run.get(), &BatchRun::photoUpdated, &loop, &QEventLoop::quit);
+  QTimer::singleShot(60000, &loop, &QEventLoop::quit);
+  ASSERT_TRUE(run->sendStartProcessRequest());
+  loop.exec();
+  ASSERT_EQ(status(0), 1);
+  ASSERT_NE(worker, nullptr);
+  int events = 0;
+  QTimer counter;
+  QObject::connect(&counter, &QTimer::timeout, [&events] { ++events; });
+  counter.start(0);
+  QElapsedTimer clock;
+  clock.start();
+  run.reset();
+  EXPECT_LT(clock.elapsed(), 50);
+  EXPECT_EQ(events, 0); // no event was handled inside the destructor
+  EXPECT_FALSE(delegate->isPHOTOS_PROCESSING_IN_PROGERESS);
+  EXPECT_TRUE(worker->wait(60000));
+  delete worker;
+  // Whatever the loop finished is whole; nothing half-written is left.
+  for (int i = 0; i < 8; ++i) {
+    if (QFileInfo::exists(destination(i))) {
+      const vips::VImage image =
+          vips::VImage::new_from_file(QFile::encodeName(destination(i)).data());
+      EXPECT_GT(image.avg(), 0.0);
+    }
+  }
+  EXPECT_TRUE(QDir(dir.filePath("out")).entryList({".quillmere-*"}, QDir::Hidden).isEmpty());
+  EXPECT_LT(QDir(dir.filePath("out")).entryList(QDir::Files).size(), 8);
+}
+
+// The window's order of things: a preview pass prepares the batch, the run takes it whole,
+// and a new pass started meanwhile (a setting changed) finishes while the run goes on; the
+// run keeps the destinations it was given, and neither waits on the other.
+TEST_F(BatchRunTest, PreparedBatchRunsWhileAnotherPreviewPassRuns) {
+  addPhotos(6, "x%1.jpg"); // copies the photos into in/
+  const QList<std::shared_ptr<PhotoFile>> photos = delegate->arraySelectedImagesToProcess;
+  auto options = OutputOptionSettings::initWithDefaults();
+  options->outputFolderPath = dir.filePath("out");
+  delegate->selectedOuputSettingObj = options;
+  auto setting = BatchRenameSetting::initWithDictionary({});
+  setting->outputFormat = 6; // png
+  delegate->selectedRenameSettingObj = setting;
+
+  RenamePreviewController preview(delegate);
+  preview.viewDidAppear();
+  preview.waitForPreview();
+  const PreparedBatch prepared = preview.preparedBatch();
+  ASSERT_EQ(prepared.destinations.size(), 6);
+  EXPECT_EQ(prepared.startGate(), StartGate::Start);
+  EXPECT_EQ(prepared.destinations[0]->filePath, dir.filePath("out/p0_Canon_40D.png"));
+
+  run->submitToBackground = BatchRun(delegate).submitToBackground; // a real thread
+  QEventLoop loop;
+  QObject::connect(run.get(), &BatchRun::runEnded, &loop, &QEventLoop::quit);
+  QTimer::singleShot(120000, &loop, &QEventLoop::quit);
+  ASSERT_TRUE(run->start(prepared));
+  EXPECT_EQ(run->settings.outputFormat, 6);
+  // The screen changes the setting: a new pass over the same photos, now to GIF.
+  preview.setting->outputFormat = 3;
+  preview.resetPreviewForUpdatedRenameSelections(false);
+  loop.exec();
+  preview.waitForPreview();
+  ASSERT_EQ(ended, QList<bool>{true});
+  EXPECT_EQ(run->counterProcessedSuccessfully, 6);
+  for (int i = 0; i < 6; ++i) {
+    EXPECT_EQ(photos[i]->processStatus, 1);
+    QFile file(prepared.destinations[i]->filePath);
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly)) << qPrintable(file.fileName());
+    EXPECT_TRUE(file.read(4) == "\x89PNG");
+  }
+  // The later pass saw the files the run wrote and reports its own destinations.
+  EXPECT_EQ(preview.preparedBatch().destinations[0]->filePath,
+            dir.filePath("out/p0_Canon_40D.gif"));
+  EXPECT_EQ(delegate->arrayDestinationPaths[0]->filePath, dir.filePath("out/p0_Canon_40D.gif"));
 }
 
 } // namespace

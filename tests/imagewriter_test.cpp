@@ -215,11 +215,12 @@ TEST(WriterRules, MoveTrashesTheSourceOnlyWhenTheOutputExists) {
   Source s;
   s.writer.settings.moveAndRenameToDestinationFolder = true;
 
-  // A vanished destination folder: nothing written, the source stays.
+  // A vanished destination folder: nothing written, an error with the system's reason, and
+  // the source stays.
   const WriteReport failed = s.write("gone/out.jpg", 3);
-  EXPECT_EQ(failed.status, 1);
+  EXPECT_EQ(failed.status, 2);
+  EXPECT_EQ(failed.message, "The file could not be written: No such file or directory");
   EXPECT_FALSE(failed.produced);
-  EXPECT_FALSE(failed.reason.isEmpty());
   EXPECT_TRUE(QFileInfo::exists(s.path));
 
   // Written beside the source under its own name with overwrite on: that is the source.
@@ -265,7 +266,10 @@ TEST(WriterCompression, EffortShrinksPngAndStopRemovesTheOutput) {
   EXPECT_EQ(inProgress, 0);
   EXPECT_EQ(readValue(s.dir.filePath("c9.png"), "Exif.Image.Make"),
             readValue(s.path, "Exif.Image.Make"));
-  EXPECT_FALSE(QFileInfo::exists(platform::temporaryDirectory() + "/TempFile.png"));
+  // The intermediate PNG never became a file: only the outputs are there.
+  QStringList files = QDir(s.dir.path()).entryList(QDir::Files | QDir::Hidden);
+  files.sort();
+  EXPECT_EQ(files, (QStringList{"Canon_40D.jpg", "c0.png", "c9.png"}));
 
   stop = true;
   const WriteReport report = s.write("stopped.png", 5);
@@ -274,6 +278,41 @@ TEST(WriterCompression, EffortShrinksPngAndStopRemovesTheOutput) {
   EXPECT_TRUE(report.removedOnStop);
   EXPECT_FALSE(QFileInfo::exists(s.dir.filePath("stopped.png")));
   EXPECT_EQ(stopped, 1);
+}
+
+// An encoder that refuses the picture (JPEG holds at most 65500 pixels a side) makes the
+// photo an error whose message gives the encoder's reason on one line; no file is made and,
+// in move mode, the source stays.
+TEST(WriterFailures, AnEncoderFailureIsAnErrorWithTheEncodersReason) {
+  Source s;
+  s.writer.settings.moveAndRenameToDestinationFolder = true;
+  const VImage wide = VImage::black(70000, 2, VImage::option()->set("bands", 3));
+  for (const bool compression : {false, true}) {
+    s.writer.settings.outputFormat = compression ? 6 : 4;
+    s.writer.settings.isSetCompression = compression;
+    const WriteReport report =
+        s.writer.saveImgInDirectoryFilteredImg(wide, s.dir.filePath("wide.jpg"), 3, *s.photo);
+    EXPECT_EQ(report.status, 2);
+    EXPECT_TRUE(report.message.startsWith("The encoder failed: ")) << qPrintable(report.message);
+    EXPECT_GT(report.message.size(), QString("The encoder failed: ").size());
+    EXPECT_FALSE(report.message.contains('\n'));
+    EXPECT_FALSE(report.produced);
+    EXPECT_FALSE(QFileInfo::exists(s.dir.filePath("wide.jpg")));
+    EXPECT_TRUE(QFileInfo::exists(s.path));
+    EXPECT_TRUE(noPartialFiles(s.dir.path()));
+  }
+}
+
+// The one-page document keeps its name while it is free and never replaces another file.
+TEST(WriterPdf, SinglePageDocumentsNeverShareAName) {
+  Source s;
+  const QString first = s.writer.createSinglePagePdfDocAtPath(s.dir.path(), s.image);
+  const QString second = s.writer.createSinglePagePdfDocAtPath(s.dir.path(), s.image);
+  EXPECT_EQ(first, s.dir.filePath("singlePagePdfDoc.pdf"));
+  EXPECT_EQ(second, s.dir.filePath("singlePagePdfDoc 2.pdf"));
+  EXPECT_EQ(platform::PdfPages::pageCount(first), 1);
+  EXPECT_EQ(platform::PdfPages::pageCount(second), 1);
+  EXPECT_TRUE(noPartialFiles(s.dir.path()));
 }
 
 // The last step of every still output: a name that is taken stays as it was unless replacing
@@ -301,7 +340,16 @@ TEST(SafeWrite, WriteInPlaceNeverReplacesUnlessAskedAndLeavesNothingBehind) {
 
   reason.clear();
   EXPECT_FALSE(platform::SafeWrite::writeInPlace(dir.filePath("gone/x.jpg"), "x", false, &reason));
-  EXPECT_FALSE(reason.isEmpty());
+  EXPECT_EQ(reason, "No such file or directory");
+
+  // A name the file system cannot hold is refused as such, never as a name that is taken.
+  for (const bool replace : {false, true}) {
+    alreadyExists = true;
+    EXPECT_FALSE(platform::SafeWrite::writeInPlace(dir.filePath(QString(256, 'n') + ".jpg"), "x",
+                                                   replace, &reason, &alreadyExists));
+    EXPECT_FALSE(alreadyExists);
+    EXPECT_EQ(reason, "File name too long");
+  }
   EXPECT_EQ(QDir(dir.path()).entryList(QDir::Files | QDir::Hidden).size(), 2);
 }
 

@@ -11,6 +11,7 @@
 #include "rename/PreviewPass.h"
 
 #include <QDir>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QFileInfo>
 #include <QRegularExpression>
@@ -218,6 +219,36 @@ TEST(Checks, DuplicateCountsOfALargeBatchMatchAPlainTally) {
   EXPECT_EQ(records.at(1)->occurenceCount, 1);
 }
 
+// The file system takes names of up to 255 bytes and paths shorter than PATH_MAX: anything
+// longer could never be written, so it is an invalid name, counted in UTF-8 bytes.
+TEST(Checks, NamesAndPathsTooLongForTheFileSystemAreInvalid) {
+  QTemporaryDir dir;
+  const QString source = testenv::writeFile(dir.filePath("src.jpg"), "x");
+  const QString e = QStringLiteral("\u00e9"), grin = QStringLiteral("\U0001F600");
+  const QString deep = dir.path() + QString("/d").repeated(2100); // about 4200 bytes
+  const struct {
+    QString path;
+    bool invalid;
+  } rows[] = {
+      {dir.filePath(QString(251, 'a') + ".jpg"), false},   // 255 bytes
+      {dir.filePath(QString(252, 'a') + ".jpg"), true},    // 256
+      {dir.filePath(e.repeated(125) + "a.jpg"), false},    // 250 + 5
+      {dir.filePath(e.repeated(126) + ".jpg"), true},      // 252 + 4
+      {dir.filePath(grin.repeated(62) + "ab.jpg"), false}, // 248 + 6
+      {dir.filePath(grin.repeated(63) + ".jpg"), true},    // 252 + 4
+      {deep + "/a.jpg", true},
+  };
+  QList<std::shared_ptr<OutputPhotoPath>> records;
+  for (const auto &row : rows)
+    records.append(OutputPhotoPath::initWithFileUrl(row.path, source));
+  countOccurences(records);
+  const ErrorFiles errors = calculateErrorFiles(records, false);
+  for (qsizetype i = 0; i < records.size(); ++i)
+    EXPECT_EQ(rowStatusForRecord(*records[i], errors).toolTip,
+              rows[i].invalid ? PreflightText::kInvalid : PreflightText::kReady)
+        << i;
+}
+
 TEST(Checks, ConsoleLinesNameTheFinding) {
   QList<std::shared_ptr<OutputPhotoPath>> records = {
       OutputPhotoPath::initWithFileUrl("/no/such/out/a.JPG", "/no/such/src/a.jpg")};
@@ -309,6 +340,30 @@ TEST_F(PreviewFixture, ControllerHandsTheResultToTheDelegate) {
   controller.waitForPreview();
   EXPECT_EQ(controller.setting->renamingMode(), 0);
   EXPECT_EQ(controller.arrayOutputFilePaths[1]->fileName, QStringLiteral("b.JPG"));
+}
+
+// A screen that goes away while its pass runs waits for nothing; the pass's result goes to
+// no one, and the next screen's pass runs after it.
+TEST_F(PreviewFixture, ControllerGoneWhileItsPassRunsWaitsForNothing) {
+  for (int i = 0; i < 300; ++i)
+    delegate.arraySelectedImagesToProcess.append(delegate.arraySelectedImagesToProcess.at(i % 3));
+  auto gone = std::make_unique<RenamePreviewController>(&delegate);
+  gone->viewDidAppear();
+  gone->setting->flagRenamingMode = 1;
+  gone->setting->dictDateTimeStamp = {{"State", true}, {"Type", 0}}; // reads every file
+  gone->resetPreviewForUpdatedRenameSelections(false);
+  EXPECT_TRUE(gone->isPreviewRunning());
+  QElapsedTimer clock;
+  clock.start();
+  gone.reset();
+  EXPECT_LT(clock.elapsed(), 50);
+
+  RenamePreviewController next(&delegate);
+  next.viewDidAppear();
+  next.waitForPreview();
+  EXPECT_EQ(next.preparedBatch().destinations.size(), 303);
+  EXPECT_EQ(next.preparedBatch().batch, delegate.arraySelectedImagesToProcess);
+  EXPECT_EQ(delegate.arrayDestinationPaths.size(), 303);
 }
 
 TEST_F(PreviewFixture, LibraryPhotoForcesCopyMode) {
@@ -445,6 +500,26 @@ TEST_F(PreviewCommand, BadUsageExits64) {
     EXPECT_EQ(r.exitCode, 64) << args.join(' ').toStdString();
     EXPECT_TRUE(r.err.startsWith("quillmere: ")) << r.err.toStdString();
   }
+}
+
+// A source name of 255 bytes is fine; with a prefix it no longer fits: an invalid name in
+// the preview, and an error, not a skip, in the run.
+TEST_F(PreviewCommand, ANewNameTooLongForTheFileSystemIsInvalid) {
+  const QString longName = QString(251, 'L') + ".jpg";
+  testenv::copyPhoto(kSmall, src, longName);
+  const auto r = preview({"--copy", out, "--prefix", "2024_", src});
+  EXPECT_EQ(r.exitCode, 1) << r.err.toStdString();
+  EXPECT_TRUE(r.out.contains("Invalid filename.\t" + src + "/" + longName + "\t" + out + "/2024_" +
+                             longName + "\n"))
+      << r.out.toStdString();
+  EXPECT_TRUE(r.out.endsWith("ALL: 3  ERRORS: 1  WARNINGS: 0\n"));
+
+  const auto run = testenv::runQuillmere({"run", "--yes", "--copy", out, "--prefix", "2024_", src});
+  EXPECT_EQ(run.exitCode, 1);
+  EXPECT_TRUE(run.out.contains("Photos Processed: 2\n"));
+  EXPECT_TRUE(run.out.contains("Photos with Error: 1\n"));
+  EXPECT_TRUE(run.out.contains("Photos Skipped: 0\n"));
+  EXPECT_EQ(QDir(out).entryList(QDir::Files), (QStringList{"2024_a.jpg", "2024_b.jpg"}));
 }
 
 TEST_F(PreviewCommand, EmojiCutDoesNotBreakTheName) {

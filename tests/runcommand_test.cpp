@@ -115,7 +115,51 @@ TEST_F(RunCommandTest, TheGatePromptsRefusesAndAnswersYes) {
   EXPECT_EQ(testenv::runQuillmere({"run", "--bogus", in}).exitCode, 64);
 }
 
-TEST_F(RunCommandTest, APhotoThatProducesNoFileIsCountedApartAndMoveKeepsItsSource) {
+// A damaged photo in a batch of five: an error with its reason in the summary and the log,
+// no output under its name, its source kept in move mode, and not a line of the decoder's
+// warnings on the terminal.
+TEST_F(RunCommandTest, ADamagedPhotoIsAnErrorAndKeepsItsSource) {
+  for (const char *mode : {"--copy", "--move"}) {
+    SCOPED_TRACE(mode);
+    const QString folder = dir.filePath(QStringLiteral("in%1").arg(mode));
+    const QString outFolder = dir.filePath(QStringLiteral("out%1").arg(mode));
+    for (const char *sample : {"jpg/Canon_40D.jpg", "jpg/Nikon_D70.jpg", "jpg/corrupted.jpg",
+                               "jpg/gps/DSCN0010.jpg", "jpg/orientation/portrait_6.jpg"})
+      testenv::copyPhoto(sample, folder);
+    const QString damaged = folder + "/corrupted.jpg";
+    const QByteArray before = readAll(damaged).toLatin1();
+    const auto result = testenv::runQuillmere({"run", mode, outFolder, "--format", "jpg", folder});
+    EXPECT_EQ(result.exitCode, 1) << result.out.toStdString() << result.err.toStdString();
+    EXPECT_TRUE(result.out.contains("Batch Count: 5
+"));
+    EXPECT_TRUE(result.out.contains("Photos Processed: 4
+"));
+    EXPECT_TRUE(result.out.contains("Photos with Error: 1
+"));
+    EXPECT_FALSE(result.out.contains("not written"));
+    const QString log = readAll(logPathFrom(result.out));
+    EXPECT_TRUE(log.contains("Errors: 1
+"));
+    EXPECT_TRUE(log.contains("Photos Processed : 4
+"));
+    EXPECT_TRUE(log.contains("
+1	Error(The photo could not be decoded.)	" + damaged + "
+"))
+        << log.toStdString();
+    EXPECT_EQ(result.err.count("VIPS"), 0) << result.err.toStdString();
+    QStringList outputs = QDir(outFolder).entryList(QDir::Files | QDir::Hidden);
+    outputs.sort();
+    EXPECT_EQ(outputs,
+              (QStringList{"Canon_40D.jpg", "DSCN0010.jpg", "Nikon_D70.jpg", "portrait_6.jpg"}));
+    // Move mode trashed the four written; the damaged one is where it was, unchanged.
+    EXPECT_EQ(QDir(folder).entryList(QDir::Files).size(), qstrcmp(mode, "--move") ? 5 : 1);
+    EXPECT_TRUE(readAll(damaged).toLatin1() == before);
+  }
+}
+
+// A name the file system refuses to take is an error with the system's own reason, and the
+// photo is not counted processed; the source stays in move mode.
+TEST_F(RunCommandTest, AWriteRefusedByTheSystemIsAnError) {
   testenv::copyPhoto("jpg/Canon_40D.jpg", in);
   const QString blocked = testenv::copyPhoto("jpg/Nikon_D70.jpg", in);
   // A folder squats on the second photo's output name: overwriting cannot replace it.
@@ -123,15 +167,70 @@ TEST_F(RunCommandTest, APhotoThatProducesNoFileIsCountedApartAndMoveKeepsItsSour
   const auto result =
       testenv::runQuillmere({"run", "--move", out, "--overwrite", "--format", "png", in});
   EXPECT_EQ(result.exitCode, 1) << result.out.toStdString() << result.err.toStdString();
-  EXPECT_TRUE(result.out.contains("Photos Processed: 2\n"));
-  EXPECT_TRUE(result.out.contains("Photos not written: 1\n"));
-  EXPECT_TRUE(result.err.contains("quillmere: not written: " + out + "/Nikon_D70.png"));
+  EXPECT_TRUE(result.out.contains("Photos Processed: 1
+"));
+  EXPECT_TRUE(result.out.contains("Photos with Error: 1
+"));
+  EXPECT_TRUE(result.err.contains(blocked + ": The file could not be written: Is a directory"))
+      << result.err.toStdString();
   EXPECT_TRUE(decodes(out + "/Canon_40D.png"));
   EXPECT_FALSE(QFileInfo::exists(in + "/Canon_40D.jpg"));
   EXPECT_TRUE(QFileInfo::exists(platform::trashDirectory() + "/files/Canon_40D.jpg"));
   EXPECT_TRUE(QFileInfo::exists(blocked));
   EXPECT_TRUE(QFileInfo(out + "/Nikon_D70.png").isDir());
   EXPECT_TRUE(QDir(out).entryList({".quillmere-*"}, QDir::Files | QDir::Hidden).isEmpty());
+}
+
+// Two runs at once on two batches, both through the compression step, while a preview of
+// both runs: each run writes exactly its own photos, whole.
+TEST_F(RunCommandTest, TwoRunsAndAPreviewAtOnceKeepApart) {
+  const QStringList first = {"jpg/Canon_40D.jpg", "jpg/Nikon_D70.jpg", "jpg/gps/DSCN0010.jpg"};
+  const QStringList second = {"jpg/orientation/portrait_6.jpg", "jpg/Fujifilm_FinePix_E500.jpg",
+                              "jpg/orientation/landscape_6.jpg"};
+  for (const QString &sample : first)
+    testenv::copyPhoto(sample, in + "/a");
+  for (const QString &sample : second)
+    testenv::copyPhoto(sample, in + "/b");
+  QList<QProcess *> processes;
+  const auto start = [&](const QStringList &args) {
+    auto *process = new QProcess;
+    process->setProgram(testenv::quillmereBinary());
+    process->setArguments(args);
+    process->start();
+    processes << process;
+  };
+  start({"run", "--copy", out + "/a", "--format", "png", "--compression", "9", in + "/a"});
+  start({"run", "--copy", out + "/b", "--format", "png", "--compression", "9", in + "/b"});
+  start({"preview", "--copy", out + "/c", in + "/a", in + "/b"});
+  for (QProcess *process : processes) {
+    ASSERT_TRUE(process->waitForFinished(240000));
+    EXPECT_EQ(process->exitCode(), 0) << process->readAllStandardError().toStdString();
+  }
+  for (const auto &[batch, samples] :
+       {std::pair{QString("a"), first}, std::pair{QString("b"), second}}) {
+    QStringList expected;
+    for (const QString &sample : samples)
+      expected << QFileInfo(sample).completeBaseName() + ".png";
+    expected.sort();
+    QStringList outputs = QDir(out + "/" + batch).entryList(QDir::Files | QDir::Hidden);
+    outputs.sort();
+    EXPECT_EQ(outputs, expected);
+    for (const QString &sample : samples) {
+      // Each output is whole and has the size of its own source, upright.
+      const QString name = QFileInfo(sample).completeBaseName() + ".png";
+      const QString written = out + "/" + batch + "/" + name;
+      ASSERT_TRUE(decodes(written)) << name.toStdString();
+      const vips::VImage source = vips::VImage::new_from_file(
+          QFile::encodeName(testenv::photosDir() + "/" + sample).constData(),
+          vips::VImage::option()->set("autorotate", true));
+      const vips::VImage output =
+          vips::VImage::new_from_file(QFile::encodeName(written).constData());
+      EXPECT_EQ(output.width(), source.width()) << name.toStdString();
+      EXPECT_EQ(output.height(), source.height()) << name.toStdString();
+    }
+  }
+  EXPECT_EQ(processes[2]->readAllStandardOutput().count("File is ready to process."), 6);
+  qDeleteAll(processes);
 }
 
 TEST_F(RunCommandTest, CtrlCFinishesThePhotoInFlightAndLogsTheInterruption) {
