@@ -14,9 +14,7 @@
 
 namespace {
 
-QString photo(const QString &relative) {
-  return testenv::photosDir() + QLatin1Char('/') + relative;
-}
+using testenv::photo;
 
 // The rows as title -> value, for lookups by label.
 QMap<QString, QString> rowsByTitle(const QList<QVariantMap> &rows) {
@@ -97,6 +95,7 @@ TEST(ExifInfo, FromRealPhotos) {
 }
 
 struct CodeRow {
+  const char *name;
   QString (*convert)(const QVariant &);
   QVariant code;
   const char *text;
@@ -116,19 +115,22 @@ INSTANTIATE_TEST_SUITE_P(
     Enumerations, CodeTexts,
     ::testing::Values(
         // Exposure mode is read from the bias: its integer part picks the text.
-        CodeRow{CommonFunc::getExposureModeType, 0.0, "Auto exposure"},
-        CodeRow{CommonFunc::getExposureModeType, 0.7, "Auto exposure"},
-        CodeRow{CommonFunc::getExposureModeType, -0.7, "Auto exposure"},
-        CodeRow{CommonFunc::getExposureModeType, 2, "Auto bracket"},
-        CodeRow{CommonFunc::getExposureModeType, -1.0, "---"},
-        CodeRow{CommonFunc::getExposureModeType, QVariant(), "---"},
-        CodeRow{CommonFunc::getExposureProgramType, 9, "---"},
-        CodeRow{CommonFunc::getMeteringModeType, 255, "other"},
-        CodeRow{CommonFunc::getMeteringModeType, 7, "---"},
-        CodeRow{CommonFunc::getLightSourceType, 16, "---"},
-        CodeRow{CommonFunc::getLightSourceType, 255, "Other light source"},
-        CodeRow{CommonFunc::getColorSensingType, 0, "---"},
-        CodeRow{CommonFunc::getScenceCaptureType, QStringLiteral("1"), "Landscape"}));
+        CodeRow{"ExposureModeZero", CommonFunc::getExposureModeType, 0.0, "Auto exposure"},
+        CodeRow{"ExposureModeFraction", CommonFunc::getExposureModeType, 0.7, "Auto exposure"},
+        CodeRow{"ExposureModeNegativeFraction", CommonFunc::getExposureModeType, -0.7,
+                "Auto exposure"},
+        CodeRow{"ExposureModeBracket", CommonFunc::getExposureModeType, 2, "Auto bracket"},
+        CodeRow{"ExposureModeNegative", CommonFunc::getExposureModeType, -1.0, "---"},
+        CodeRow{"ExposureModeMissing", CommonFunc::getExposureModeType, QVariant(), "---"},
+        CodeRow{"ExposureProgramPastTable", CommonFunc::getExposureProgramType, 9, "---"},
+        CodeRow{"MeteringOther", CommonFunc::getMeteringModeType, 255, "other"},
+        CodeRow{"MeteringPastTable", CommonFunc::getMeteringModeType, 7, "---"},
+        CodeRow{"LightSourceGap", CommonFunc::getLightSourceType, 16, "---"},
+        CodeRow{"LightSourceOther", CommonFunc::getLightSourceType, 255, "Other light source"},
+        CodeRow{"ColorSensingZero", CommonFunc::getColorSensingType, 0, "---"},
+        CodeRow{"SceneCaptureFromText", CommonFunc::getScenceCaptureType, QStringLiteral("1"),
+                "Landscape"}),
+    [](const auto &info) { return std::string(info.param.name); });
 
 TEST(CommonFunc, OrientationTexts) {
   EXPECT_EQ(CommonFunc::getOrientationType(1), "1 (Normal)");
@@ -271,7 +273,7 @@ TEST(InfoCommand, MissingAndNonImageFilesPrintZeroBytesAndUnknownDatesAndFail) {
   QTemporaryDir dir;
   const QString text = testenv::writeFile(dir.path() + "/notes.txt", "hello\n");
   const auto result = testenv::runQuillmere(
-      {"info", dir.path() + "/gone.jpg", text, photo("jpg/tests/36-memory_error.jpg")});
+      {"info", dir.path() + "/gone.jpg", text, photo("jpg/tests/67-0_length_string.jpg")});
   EXPECT_EQ(result.exitCode, 1);
   const QStringList files = result.out.split("\n\n");
   ASSERT_EQ(files.size(), 3);

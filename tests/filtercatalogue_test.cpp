@@ -181,14 +181,6 @@ TEST(SortArr, SortsRecordsAndCategoriesByTheNamedKeyStably) {
             (QStringList{"Blur", "Distortion Effect", "Stylize"}));
 }
 
-TEST(ExcludedNames, HoldAllHundredAndSixEntriesWithBothRippleSpellings) {
-  const QStringList &excluded = FiltersList::excludedFilterNames();
-  EXPECT_EQ(excluded.size(), 106);
-  EXPECT_EQ(QSet<QString>(excluded.cbegin(), excluded.cend()).size(), 106);
-  EXPECT_TRUE(excluded.contains(QStringLiteral("CiRippleTransition")));
-  EXPECT_TRUE(excluded.contains(QStringLiteral("CIRippleTransition")));
-}
-
 TEST(SharedCatalogue, OffersWorkingFiltersWithPicturesFromTheResource) {
   const QString path =
       Resources::pathForResource(QStringLiteral("FilterImages"), QStringLiteral("plist"));
@@ -210,9 +202,7 @@ TEST(SharedCatalogue, OffersWorkingFiltersWithPicturesFromTheResource) {
 
   const vips::VImage photo =
       vips::VImage::new_from_file(
-          (testenv::photosDir() + QStringLiteral("/jpg/orientation/landscape_1.jpg"))
-              .toUtf8()
-              .constData())
+          testenv::photo(QStringLiteral("jpg/orientation/landscape_1.jpg")).toUtf8().constData())
           .crop(200, 150, 160, 120);
   for (const auto &record : shared.allAvailableFilters) {
     if (record->filterName == QStringLiteral("Batch Conversion"))

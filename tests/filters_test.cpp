@@ -19,9 +19,7 @@ const QString kSample = QStringLiteral("jpg/orientation/landscape_1.jpg"); // 60
 // The sample photo, decoded once (read in place: nothing is written there).
 const VImage &sample() {
   static const VImage image =
-      VImage::new_from_file(
-          (testenv::photosDir() + QLatin1Char('/') + kSample).toUtf8().constData())
-          .copy_memory();
+      VImage::new_from_file(testenv::photo(kSample).toUtf8().constData()).copy_memory();
   return image;
 }
 
@@ -201,6 +199,10 @@ const std::vector<FilterCase> &cases() {
        }},
   };
   return table;
+}
+
+void PrintTo(const FilterCase &c, std::ostream *out) {
+  *out << c.name;
 }
 
 class FilterOnPhoto : public ::testing::TestWithParam<FilterCase> {};

@@ -8,6 +8,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QSizeF>
 #include <QTemporaryDir>
 #include <QtEndian>
@@ -67,7 +68,8 @@ INSTANTIATE_TEST_SUITE_P(
                       OrientationRow{"jpg/orientation/landscape_5.jpg", 600, 450},
                       OrientationRow{"jpg/orientation/landscape_6.jpg", 600, 450},
                       OrientationRow{"jpg/orientation/landscape_8.jpg", 600, 450},
-                      OrientationRow{"jpg/orientation/portrait_6.jpg", 450, 600}));
+                      OrientationRow{"jpg/orientation/portrait_6.jpg", 450, 600}),
+    [](const auto &info) { return testenv::testName(QFileInfo(info.param.file).baseName()); });
 
 TEST(DisplayedSize, UnknownOrientationKeepsTheStoredSize) {
   double w = 0, h = 0;
@@ -124,7 +126,8 @@ INSTANTIATE_TEST_SUITE_P(
                       BytesRow{"d.eps", epsAtEnd(), 72, 144},
                       BytesRow{"e.eps", epsInBinaryWrapper(), 40, 30},
                       BytesRow{"f.eps", "%!PS\nno box here\n", 0, 0},
-                      BytesRow{"empty.jpg", {}, 0, 0}, BytesRow{"text.jpg", "not a photo", 0, 0}));
+                      BytesRow{"empty.jpg", {}, 0, 0}, BytesRow{"text.jpg", "not a photo", 0, 0}),
+    [](const auto &info) { return testenv::testName(info.param.name); });
 
 // The smallest PICT 2 picture: the 512-byte header, a 40 x 30 frame and the end opcode.
 QByteArray minimalPict() {

@@ -15,8 +15,9 @@ void isolateProcess();
 // it and never write there.
 QString photosDir();
 
-// The path of one sample photo (relative to photosDir()). A photo that is not there fails the
-// calling test with its path: a missing sample must never turn into a silently empty check.
+// The path of one sample photo or folder of them (relative to photosDir()). A photo that is not
+// there fails the calling test with its path: a missing sample must never turn into a silently
+// empty check.
 QString photo(const QString &relativePath);
 
 // Test fixtures committed with the tests (tests/data).
