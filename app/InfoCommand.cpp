@@ -4,6 +4,7 @@
 #include "metadata/ExifInfo.h"
 #include "metadata/InformationTable.h"
 
+#include <QDir>
 #include <QFileInfo>
 #include <QTextStream>
 
@@ -22,16 +23,18 @@ int info(const QStringList &args) {
   }
   bool allRead = true;
   bool first = true;
-  for (const QString &path : args) {
+  for (const QString &typed : args) {
+    // The table shows where the file is, as the window does, whatever the working folder.
+    const QString path = QDir::cleanPath(QFileInfo(typed).absoluteFilePath());
     const InformationTable::FileFacts facts = InformationTable::FileFacts::forPath(path);
     const std::optional<QVariantMap> properties = ImageProcessing::exifForFile(path);
     const std::shared_ptr<ExifInfo> exif = ExifInfo::initWithDict(properties);
     if (!properties) {
       allRead = false;
       if (!QFileInfo::exists(path))
-        err << "quillmere: no such file: " << path << "\n";
+        err << "quillmere: no such file: " << typed << "\n";
       else
-        err << "quillmere: not an image: " << path << "\n";
+        err << "quillmere: not an image: " << typed << "\n";
     }
     if (!first)
       out << "\n";
