@@ -16,16 +16,12 @@
 #include "platform/Workspace.h"
 
 #include <QDir>
+#include <QElapsedTimer>
 #include <QEventLoop>
 #include <QFileInfo>
+#include <QMetaObject>
 #include <QObject>
-#include <QThread>
 #include <QTimer>
-
-#include <condition_variable>
-#include <mutex>
-#include <thread>
-#include <vector>
 
 namespace {
 
@@ -57,6 +53,23 @@ QStringList normalisedPaths(const QStringList &paths) {
   }
   return result;
 }
+
+// How long the owner's thread spends on handed-over steps before it lets other events in.
+constexpr qint64 kSliceMs = 12;
+// Duplicate keys looked up per hold of their lock, so the owner never waits long for it.
+constexpr qsizetype kLookupsPerLock = 1024;
+
+// Lives on the owner's thread. The background thread wakes it with a queued call by name,
+// which carries no data: the steps travel through the engine's queue under its lock.
+class IntakeRelay : public QObject {
+  Q_OBJECT
+public:
+  explicit IntakeRelay(std::function<void()> onWake) : onWake_(std::move(onWake)) {}
+  Q_INVOKABLE void wake() { onWake_(); }
+
+private:
+  std::function<void()> onWake_;
+};
 
 const QSet<QString> &platformImageExtensions() {
   static const QSet<QString> extensions = [] {
@@ -156,14 +169,22 @@ PhotoIntake::PhotoIntake(AddPhotosListener *listener)
     : PhotoIntake(&AppDelegate::shared()->arraySelectedImagesToProcess, listener) {}
 
 PhotoIntake::PhotoIntake(Batch *batch, AddPhotosListener *listener)
-    : batch_(batch), listener_(listener), owner_(new QObject) {}
+    : batch_(batch), listener_(listener), relay_(new IntakeRelay([this] { drainHandOvers(); })),
+      ownerThread_(std::this_thread::get_id()) {}
 
 PhotoIntake::~PhotoIntake() {
-  if (running_ || pendingSteps_ > 0) {
-    btnStopAddingTapped();
-    waitForFinished();
+  // No event loop here: the background work is told to stop, let out of any wait for room,
+  // and joined; what it queued is dropped, and the relay takes its delayed steps with it.
+  closing_ = true;
+  isPHOTOS_PROCESSING_IN_PROGERESS = false;
+  {
+    std::lock_guard<std::mutex> lock(queueMutex_);
+    queue_.clear();
   }
-  delete owner_;
+  queueRoom_.notify_all();
+  for (std::thread &thread : threads_)
+    thread.join();
+  delete relay_;
 }
 
 // --- Entry points ---
@@ -334,17 +355,17 @@ void PhotoIntake::addPhotosFromPathUrls(const QStringList &paths, bool isiPhoto)
   isPHOTOS_PROCESSING_IN_PROGERESS = true;
   damagedPromptScheduled_ = false;
   unreadableFolders_.clear();
+  takenThisRun_.clear();
+  takenCount_ = 0;
   runPaths_ = paths;
   running_ = true;
   qCDebug(lcIntake, "is adding iphotos = %d", int(isAddingIphotos));
 
   const QString fileType = selectedFileType;
-  startWorker(
-      [this, fileType] {
-        const qint32 count = countTotalPhotosToBeAddedFromUrls(runPaths_, fileType);
-        onOwnerThread([&] { afterCount(count); });
-      },
-      true);
+  startWorker([this, fileType] {
+    const qint32 count = countTotalPhotosToBeAddedFromUrls(runPaths_, fileType);
+    handOverCall([this, count] { afterCount(count); });
+  });
 }
 
 void PhotoIntake::afterCount(qint32 count) {
@@ -359,10 +380,10 @@ void PhotoIntake::afterCount(qint32 count) {
             .arg(maxPhotosLimit_);
     message(m);
   } else if (count > 0) {
-    if (listener_)
-      listener_->addPhotosWillAdd(!isAddingIphotos);
+    const bool showProgressPanel = !isAddingIphotos;
+    callListener([&](AddPhotosListener &l) { l.addPhotosWillAdd(showProgressPanel); });
     isIphotoDirectorySelected = false;
-    startWorker([this] { addPhase(); }, false);
+    startWorker([this] { addPhase(); });
   } else if (isPhotoFormatNotSupported && !isPhotosAlreadyAdded) {
     scheduleAfterDelay([this] { showPromtForDamagedFiles(); });
   } else if (isPhotosAlreadyAdded) {
@@ -390,6 +411,8 @@ qint32 PhotoIntake::countTotalPhotosToBeAddedFromUrls(const QStringList &paths,
     isPHOTOS_PROCESSING_IN_PROGERESS = false;
   };
   for (const QString &path : paths) {
+    if (closing_)
+      return n;
     bool isDirectory = false;
     const bool exists = platform::Files::fileExists(path, &isDirectory);
     if (!exists || !isDirectory) {
@@ -406,6 +429,8 @@ qint32 PhotoIntake::countTotalPhotosToBeAddedFromUrls(const QStringList &paths,
       pathType = 1;
       const QStringList listed = listFolder(path, isAddFromSubFolderSelected);
       for (const QString &file : listed) {
+        if (closing_)
+          return n;
         if (!isValidPhoto(file, fileType))
           continue;
         // ...inside a folder one photo later.
@@ -489,7 +514,7 @@ QDateTime PhotoIntake::captureDateFor(const QString &path, const QDateTime &fall
 }
 
 bool PhotoIntake::isValidPhoto(const QString &path, const QString &fileType) {
-  if (dictFileAdded.contains(path)) {
+  if (isKnownPath(path)) {
     ++damagedFileCount;
     ++alreadyExistsPhotosCount;
     isPhotosAlreadyAdded = true;
@@ -504,8 +529,9 @@ bool PhotoIntake::isValidPhoto(const QString &path, const QString &fileType) {
     const auto info = ImageFileInfo::initWithPathForFile(path);
     if (!info)
       return false;
-    if (listener_)
-      onOwnerThread([&] { listener_->addPhotosExaminedForFilter(info); });
+    handOverCall([this, info] {
+      callListener([&](AddPhotosListener &l) { l.addPhotosExaminedForFilter(info); });
+    });
     const auto exif = info->exifInfo();
     const QDateTime date =
         exif && exif->captureDate.isValid() ? exif->captureDate : info->createDate;
@@ -531,6 +557,8 @@ QStringList PhotoIntake::listFolder(const QString &folder, bool withSubFolders) 
   // symbolic link is an entry, never a folder to enter, so a link loop cannot trap the walk;
   // packages and hidden entries are left alone.
   std::function<void(const QString &)> walk = [&](const QString &current) {
+    if (closing_)
+      return;
     const platform::FolderListing::Listing listing = platform::FolderListing::list(current);
     if (listing.undecodableNames > 0)
       noteUnreadableName(current);
@@ -555,15 +583,29 @@ void PhotoIntake::noteUnreadableName(const QString &folder) {
     return;
   unreadableFolders_.insert(folder);
   qCDebug(lcIntake).noquote() << QStringLiteral("name not valid UTF-8 in %1").arg(folder);
-  if (listener_)
-    onOwnerThread([&] { listener_->addPhotosUnreadableName(folder); });
+  handOverCall([this, folder] {
+    callListener([&](AddPhotosListener &l) { l.addPhotosUnreadableName(folder); });
+  });
+}
+
+bool PhotoIntake::isKnownPath(const QString &path) const {
+  // Photos this run handed over may not be in the batch yet; the keys hold the rest.
+  if (takenCount_ > 0 && takenThisRun_.contains(path))
+    return true;
+  std::lock_guard<std::mutex> lock(keysMutex_);
+  return dictFileAdded.contains(path);
+}
+
+bool PhotoIntake::keepAdding() const {
+  // Every counted photo taken: the owner ends the run when it reports the last of them.
+  return isPHOTOS_PROCESSING_IN_PROGERESS && !closing_ && takenCount_ < totalPhotoToAdd;
 }
 
 void PhotoIntake::addPhase() {
   const QString fileType = selectedFileType;
   for (const QString &path : std::as_const(runPaths_)) {
-    if (!isPHOTOS_PROCESSING_IN_PROGERESS) {
-      onOwnerThread([this] { processAfterAllPhotosAdded(); });
+    if (!keepAdding()) {
+      handOverCall([this] { processAfterAllPhotosAdded(); });
       return;
     }
     bool isDirectory = false;
@@ -575,18 +617,14 @@ void PhotoIntake::addPhase() {
     } else if (!isPhotosLibraryPackage(path)) {
       isIphotoDirectorySelected = true;
       const QStringList images = libraryImagePaths(path);
-      if (listener_)
-        onOwnerThread([this] { listener_->addPhotosShowProgressPanel(); });
+      handOverCall(
+          [this] { callListener([](AddPhotosListener &l) { l.addPhotosShowProgressPanel(); }); });
       const bool completed = [&] {
         std::unique_ptr<ReadAhead> ahead;
-        if (parallelReading_ && images.size() > 1) {
-          std::vector<char> needed(images.size());
-          for (qsizetype i = 0; i < images.size(); ++i)
-            needed[i] = !dictFileAdded.contains(images[i]);
-          ahead = std::make_unique<ReadAhead>(this, images, fileType, std::move(needed));
-        }
+        if (parallelReading_ && images.size() > 1)
+          ahead = std::make_unique<ReadAhead>(this, images, fileType, unknownPaths(images));
         for (qsizetype i = 0; i < images.size(); ++i) {
-          if (!isPHOTOS_PROCESSING_IN_PROGERESS)
+          if (!keepAdding())
             return false;
           addToImageArray(images[i], fileType, ahead ? ahead->take(i) : nullptr);
         }
@@ -594,12 +632,12 @@ void PhotoIntake::addPhase() {
       }();
       isIphotoDirectorySelected = false;
       if (!completed) {
-        onOwnerThread([this] { processAfterAllPhotosAdded(); });
+        handOverCall([this] { processAfterAllPhotosAdded(); });
         return;
       }
     }
     if (path == runPaths_.last())
-      onOwnerThread([this] { processAfterAllPhotosAdded(); });
+      handOverCall([this] { processAfterAllPhotosAdded(); });
   }
 }
 
@@ -611,22 +649,29 @@ void PhotoIntake::getAllFilesInFolder(const QString &folder, const QString &file
 
 void PhotoIntake::addListedPaths(const QStringList &paths, const QString &fileType) {
   std::unique_ptr<ReadAhead> ahead;
-  if (parallelReading_ && paths.size() > 1) {
-    // Paths already in the batch are not worth reading; the loop still decides each one.
-    std::vector<char> needed(paths.size());
-    for (qsizetype i = 0; i < paths.size(); ++i)
-      needed[i] = !dictFileAdded.contains(paths[i]);
-    ahead = std::make_unique<ReadAhead>(this, paths, fileType, std::move(needed));
-  }
+  // Paths already in the batch are not worth reading; the loop still decides each one.
+  if (parallelReading_ && paths.size() > 1)
+    ahead = std::make_unique<ReadAhead>(this, paths, fileType, unknownPaths(paths));
   for (qsizetype i = 0; i < paths.size(); ++i) {
-    if (!isPHOTOS_PROCESSING_IN_PROGERESS) {
-      onOwnerThread([this] { processAfterAllPhotosAdded(); });
+    if (!keepAdding()) {
+      handOverCall([this] { processAfterAllPhotosAdded(); });
       return;
     }
     addToImageArray(paths[i], fileType, ahead ? ahead->take(i) : nullptr);
   }
   if (!paths.isEmpty())
-    onOwnerThread([this] { processAfterAllPhotosAdded(); });
+    handOverCall([this] { processAfterAllPhotosAdded(); });
+}
+
+std::vector<char> PhotoIntake::unknownPaths(const QStringList &paths) const {
+  std::vector<char> unknown(paths.size());
+  for (qsizetype i = 0; i < paths.size(); i += kLookupsPerLock) {
+    const qsizetype end = std::min(paths.size(), i + kLookupsPerLock);
+    std::lock_guard<std::mutex> lock(keysMutex_);
+    for (qsizetype j = i; j < end; ++j)
+      unknown[j] = !dictFileAdded.contains(paths[j]) && !takenThisRun_.contains(paths[j]);
+  }
+  return unknown;
 }
 
 std::shared_ptr<PhotoIntake::Candidate>
@@ -645,16 +690,15 @@ PhotoIntake::prepareCandidate(const QString &path, const QString &fileType) cons
 
 void PhotoIntake::addToImageArray(const QString &path, const QString &fileType,
                                   std::shared_ptr<Candidate> prepared) {
-  if (dictFileAdded.contains(path))
+  if (isKnownPath(path))
     return;
   const std::shared_ptr<Candidate> candidate =
       prepared ? std::move(prepared) : prepareCandidate(path, fileType);
   const auto &photo = candidate->photo;
   const auto append = [&] {
-    batch_->append(photo);
-    dictFileAdded.insert(photo->filePath, kAdded());
-    const QString folder = platform::PathText::stringByDeletingLastPathComponent(path);
-    onOwnerThread([&] { callForUpdatingProgressCountWithFilePath(folder); });
+    takenThisRun_.insert(photo->filePath);
+    ++takenCount_;
+    handOverPhoto(photo, platform::PathText::stringByDeletingLastPathComponent(path));
   };
   if (!isAddingWithFilter) {
     if (!candidate->typeMatches || !candidate->isImage)
@@ -709,8 +753,7 @@ void PhotoIntake::callForUpdatingProgressCountWithFilePath(const QString &path) 
                                 .arg(totalPhotoToAdd)
                                 .arg(plural(totalPhotoToAdd, "s"));
   }
-  if (listener_)
-    listener_->addPhotosProgress(progress);
+  callListener([&](AddPhotosListener &l) { l.addPhotosProgress(progress); });
 }
 
 void PhotoIntake::processAfterAllPhotosAdded() {
@@ -720,8 +763,7 @@ void PhotoIntake::processAfterAllPhotosAdded() {
     damagedPromptScheduled_ = true;
     scheduleAfterDelay([this] { showPromtForDamagedFiles(); });
   }
-  if (listener_)
-    listener_->addPhotosEnded();
+  callListener([](AddPhotosListener &l) { l.addPhotosEnded(); });
 }
 
 void PhotoIntake::showPromtForDamagedFiles() {
@@ -735,39 +777,121 @@ void PhotoIntake::showPromtForDamagedFiles() {
 }
 
 void PhotoIntake::message(AddPhotosMessage m) {
-  if (listener_)
-    onOwnerThread([&] { listener_->addPhotosMessage(m); });
+  callListener([&](AddPhotosListener &l) { l.addPhotosMessage(m); });
+}
+
+void PhotoIntake::callListener(const std::function<void(AddPhotosListener &)> &call) {
+  if (!listener_)
+    return;
+  // A listener that waits for the run from here would wait for itself.
+  ++inStep_;
+  call(*listener_);
+  --inStep_;
 }
 
 // --- Threads ---
 
-void PhotoIntake::startWorker(std::function<void()> work, bool highPriority) {
+void PhotoIntake::startWorker(std::function<void()> work) {
   ++workers_;
-  QThread *thread = QThread::create(std::move(work));
-  QObject::connect(thread, &QThread::finished, owner_, [this, thread] {
-    thread->wait();
-    delete thread;
-    --workers_;
-    finishIfIdle();
+  threads_.emplace_back([this, work = std::move(work)] {
+    work();
+    handOverCall([this] {
+      if (--workers_ == 0) {
+        // Every thread has handed over its last step and is returning.
+        for (std::thread &thread : threads_)
+          thread.join();
+        threads_.clear();
+      }
+      finishIfIdle();
+    });
   });
-  thread->start(highPriority ? QThread::HighPriority : QThread::NormalPriority);
 }
 
-void PhotoIntake::onOwnerThread(const std::function<void()> &step) {
-  const auto counted = [this, &step] {
-    ++inStep_;
-    step();
-    --inStep_;
-  };
-  if (QThread::currentThread() == owner_->thread())
-    counted();
+void PhotoIntake::handOver(Step step) {
+  bool wake = false;
+  {
+    std::unique_lock<std::mutex> lock(queueMutex_);
+    queueRoom_.wait(lock, [this] { return closing_ || qsizetype(queue_.size()) < maxQueued_; });
+    if (closing_)
+      return;
+    queue_.push_back(std::move(step));
+    wake = !wakePending_;
+    wakePending_ = true;
+  }
+  if (wake)
+    QMetaObject::invokeMethod(relay_, "wake", Qt::QueuedConnection);
+}
+
+void PhotoIntake::handOverPhoto(std::shared_ptr<PhotoFile> photo, QString folder) {
+  handOver({std::move(photo), std::move(folder), {}});
+}
+
+void PhotoIntake::handOverCall(std::function<void()> call) {
+  // The public steps may be called on the owner's thread while no run goes on.
+  if (std::this_thread::get_id() == ownerThread_)
+    call();
   else
-    QMetaObject::invokeMethod(owner_, counted, Qt::BlockingQueuedConnection);
+    handOver({{}, {}, std::move(call)});
+}
+
+void PhotoIntake::drainHandOvers() {
+  // A listener running an event loop (a modal alert) lets the outer slice go on afterwards.
+  if (draining_)
+    return;
+  draining_ = true;
+  QElapsedTimer clock;
+  clock.start();
+  bool more = true;
+  while (more && clock.elapsed() < kSliceMs) {
+    if (inHand_.empty()) {
+      std::lock_guard<std::mutex> lock(queueMutex_);
+      if (queue_.empty()) {
+        wakePending_ = false;
+        more = false;
+        break;
+      }
+      inHand_.swap(queue_);
+      queueRoom_.notify_all();
+    }
+    if (inHand_.front().photo) {
+      std::vector<Step> chunk;
+      while (!inHand_.empty() && inHand_.front().photo) {
+        chunk.push_back(std::move(inHand_.front()));
+        inHand_.pop_front();
+      }
+      // After the stop button, photos not yet reported stay out of the batch.
+      if (isPHOTOS_PROCESSING_IN_PROGERESS)
+        appendChunk(chunk);
+    } else {
+      const Step step = std::move(inHand_.front());
+      inHand_.pop_front();
+      step.call();
+    }
+  }
+  draining_ = false;
+  if (more)
+    QMetaObject::invokeMethod(relay_, "wake", Qt::QueuedConnection);
+}
+
+void PhotoIntake::appendChunk(const std::vector<Step> &photos) {
+  const qsizetype first = batch_->size();
+  const qsizetype count = qsizetype(photos.size());
+  callListener([&](AddPhotosListener &l) { l.addPhotosWillInsert(first, count); });
+  {
+    std::lock_guard<std::mutex> lock(keysMutex_);
+    for (const Step &step : photos) {
+      batch_->append(step.photo);
+      dictFileAdded.insert(step.photo->filePath, kAdded());
+    }
+  }
+  callListener([](AddPhotosListener &l) { l.addPhotosDidInsert(); });
+  for (const Step &step : photos)
+    callForUpdatingProgressCountWithFilePath(step.folder);
 }
 
 void PhotoIntake::scheduleAfterDelay(std::function<void()> step) {
   ++pendingSteps_;
-  QTimer::singleShot(200, owner_, [this, step = std::move(step)] {
+  QTimer::singleShot(200, relay_, [this, step = std::move(step)] {
     step();
     --pendingSteps_;
     finishIfIdle();
@@ -781,8 +905,7 @@ void PhotoIntake::finishIfIdle() {
     running_ = false;
     isPHOTOS_PROCESSING_IN_PROGERESS = false;
     isAddingPhotosInCollectionView = false;
-    if (listener_)
-      listener_->addPhotosFinished();
+    callListener([](AddPhotosListener &l) { l.addPhotosFinished(); });
   }
   if (waitLoop_)
     waitLoop_->quit();
@@ -827,15 +950,47 @@ void PhotoIntake::btnYesOnRemoveAllPhotoTapped() {
   // The add phase owns the batch while it runs; the screen is disabled meanwhile.
   if (running_)
     return;
-  batch_->clear();
+  if (!batch_->isEmpty()) {
+    const qsizetype count = batch_->size();
+    callListener([&](AddPhotosListener &l) { l.addPhotosWillRemove(0, count); });
+    batch_->clear();
+    callListener([](AddPhotosListener &l) { l.addPhotosDidRemove(); });
+  }
   dictFileAdded.clear();
+}
+
+void PhotoIntake::removeRows(QList<qsizetype> rows) {
+  std::sort(rows.begin(), rows.end(), std::greater<>());
+  rows.erase(std::unique(rows.begin(), rows.end()), rows.end());
+  // Highest rows first, one notice a run of neighbours, so the rows below keep their indices.
+  for (qsizetype i = 0; i < rows.size();) {
+    qsizetype j = i + 1;
+    while (j < rows.size() && rows[j] == rows[j - 1] - 1)
+      ++j;
+    const qsizetype first = rows[j - 1];
+    const qsizetype count = j - i;
+    callListener([&](AddPhotosListener &l) { l.addPhotosWillRemove(first, count); });
+    for (qsizetype k = first; k < first + count; ++k)
+      dictFileAdded.remove(batch_->at(k)->filePath);
+    batch_->remove(first, count);
+    callListener([](AddPhotosListener &l) { l.addPhotosDidRemove(); });
+    i = j;
+  }
 }
 
 void PhotoIntake::btnYesOnRemoveSelectedPhotoTapped(
     const QList<std::shared_ptr<PhotoFile>> &selected) {
   qCDebug(lcIntake, "yes on remove photos tapped");
+  if (running_)
+    return;
+  QSet<const PhotoFile *> chosen;
   for (const auto &photo : selected)
-    removePhotoFromBatch(photo);
+    chosen.insert(photo.get());
+  QList<qsizetype> rows;
+  for (qsizetype i = 0; i < batch_->size(); ++i)
+    if (chosen.contains(batch_->at(i).get()))
+      rows.append(i);
+  removeRows(rows);
 }
 
 void PhotoIntake::removePhotoFromBatch(const std::shared_ptr<PhotoFile> &photo) {
@@ -848,8 +1003,7 @@ void PhotoIntake::removePhotoFromBatch(const std::shared_ptr<PhotoFile> &photo) 
   const qsizetype at = batch_->indexOf(kept);
   if (at < 0)
     return;
-  batch_->removeAt(at);
-  dictFileAdded.remove(kept->filePath);
+  removeRows({at});
 }
 
 bool PhotoIntake::btnOnMenuOptionTapped(int option, const std::shared_ptr<PhotoFile> &photo) {
@@ -876,22 +1030,20 @@ QList<int> PhotoIntake::checkForDeletedPhotosInSourceFolder(bool remove) {
   if (running_)
     return {};
   qCDebug(lcIntake, "check for deleted photos");
-  Batch copy = *batch_;
   QList<int> missing;
+  QList<qsizetype> rows;
   int present = 0;
-  for (qsizetype i = copy.size() - 1; i >= 0; --i) {
-    const auto &photo = copy.at(i);
+  for (qsizetype i = 0; i < batch_->size(); ++i) {
+    const auto &photo = batch_->at(i);
     if (platform::Files::fileExists(photo->filePath) && photo->width > 0 && photo->height > 0) {
       ++present;
       continue;
     }
-    missing.prepend(int(i));
-    if (remove) {
-      dictFileAdded.remove(photo->filePath);
-      copy.removeAt(i);
-    }
+    missing.append(int(i));
+    rows.append(i);
   }
-  *batch_ = copy;
+  if (remove)
+    removeRows(rows);
   if (present == 0 && !batch_->isEmpty())
     scheduleAfterDelay([this] { showAlertForAllPhotosDeleted(); });
   return missing;
@@ -926,7 +1078,7 @@ QList<int> PhotoIntake::btnRemoveFromBatchOnAlertTapped() {
 
 QList<int> PhotoIntake::viewWillAppear(bool isStartAsNewBatch) {
   const QList<int> missing = checkForDeletedPhotosInSourceFolder(false);
-  if (isStartAsNewBatch && batch_->isEmpty())
+  if (isStartAsNewBatch && batch_->isEmpty() && !running_)
     dictFileAdded.clear();
   return missing;
 }
@@ -939,3 +1091,24 @@ void PhotoIntake::rebuildDictFileAdded() {
   for (const auto &photo : std::as_const(*batch_))
     dictFileAdded.insert(photo->filePath, kAdded());
 }
+
+bool PhotoIntake::replaceBatch(const Batch &photos) {
+  if (running_)
+    return false;
+  if (!batch_->isEmpty()) {
+    const qsizetype count = batch_->size();
+    callListener([&](AddPhotosListener &l) { l.addPhotosWillRemove(0, count); });
+    batch_->clear();
+    callListener([](AddPhotosListener &l) { l.addPhotosDidRemove(); });
+  }
+  if (!photos.isEmpty()) {
+    const qsizetype count = photos.size();
+    callListener([&](AddPhotosListener &l) { l.addPhotosWillInsert(0, count); });
+    *batch_ = photos;
+    callListener([](AddPhotosListener &l) { l.addPhotosDidInsert(); });
+  }
+  rebuildDictFileAdded();
+  return true;
+}
+
+#include "PhotoIntake.moc"

@@ -7,9 +7,15 @@
 #include <QString>
 #include <QStringList>
 
+#include <algorithm>
 #include <atomic>
+#include <condition_variable>
+#include <deque>
 #include <functional>
 #include <memory>
+#include <mutex>
+#include <thread>
+#include <vector>
 
 class ImageFileInfo;
 class PhotoFile;
@@ -56,11 +62,25 @@ struct AddPhotosSheet {
 };
 
 // What the add run shows. Every call arrives on the thread that owns the PhotoIntake, in
-// order, while the background work waits for it to return, so a screen and the command
-// line see the same steps.
+// the order the run took its steps, so a screen and the command line see the same steps.
+// The background work hands its steps over and goes on; the owner's thread never waits for it.
 class AddPhotosListener {
 public:
   virtual ~AddPhotosListener() = default;
+  // The batch changes only on the owner's thread and only between one of these pairs, so a
+  // table model can call beginInsertRows/endInsertRows and beginRemoveRows/endRemoveRows
+  // around them and read the batch at any other time. Rows first..first+count-1: for an
+  // insertion the new rows, always at the end; for a removal the rows that go.
+  virtual void addPhotosWillInsert(qsizetype first, qsizetype count) {
+    (void)first;
+    (void)count;
+  }
+  virtual void addPhotosDidInsert() {}
+  virtual void addPhotosWillRemove(qsizetype first, qsizetype count) {
+    (void)first;
+    (void)count;
+  }
+  virtual void addPhotosDidRemove() {}
   virtual void addPhotosMessage(const AddPhotosMessage &) {}
   // The add phase begins: unless adding from a library, hide the drop area and show the
   // progress panel; progress reset to an empty text, 0 and "fill_1.png"; screen input off.
@@ -93,7 +113,9 @@ struct AddPhotosStatus {
 // batch's duplicate keys (dictFileAdded) in step with the batch.
 //
 // The owner's thread must run a Qt event loop (waitForFinished runs one): the count and the
-// add phase run on their own threads and hand every display step back synchronously.
+// add phase run on a background thread, which never touches the batch. It queues its new
+// photos and display steps; the owner's thread takes them in slices of a few milliseconds,
+// appending the photos in chunks. The background thread waits when it is far ahead.
 class PhotoIntake {
 public:
   using Batch = QList<std::shared_ptr<PhotoFile>>;
@@ -106,6 +128,7 @@ public:
   PhotoIntake(const PhotoIntake &) = delete;
   PhotoIntake &operator=(const PhotoIntake &) = delete;
 
+  // Only between runs: the background work never reads the listener.
   void setListener(AddPhotosListener *listener) { listener_ = listener; }
   Batch &batch() { return *batch_; }
 
@@ -133,11 +156,13 @@ public:
   AddPhotosStatus addPaths(const QStringList &paths, bool recursive, const QDateTime &from = {},
                            const QDateTime &to = {});
 
-  // The stop button: the add phase ends before its next file.
+  // The stop button: the add phase ends before its next file; photos handed over but not yet
+  // in the batch are dropped, so the batch holds exactly the photos reported as added.
   void btnStopAddingTapped();
   bool isRunning() const { return running_; }
   // Runs an event loop until the current run is over (returns at once when idle, and when
-  // called from a listener call, which the run is waiting on).
+  // called from a listener call). Never called by the destructor, which stops the run and
+  // only joins its thread.
   void waitForFinished();
 
   // --- The run's steps (public for the screen and for tests) ---
@@ -180,40 +205,58 @@ public:
   // The batch was replaced (skipped photos sent through again, a new batch): the duplicate
   // keys become exactly the batch's paths.
   void rebuildDictFileAdded();
+  // Replaces the whole batch (skipped photos sent through again) with removal and insertion
+  // notices, and rebuilds the duplicate keys. Refused while photos are being added.
+  bool replaceBatch(const Batch &photos);
 
-  // --- State (read by the screen; written only by the engine) ---
+  // --- State (read by the screen on the owner's thread; written only by the engine) ---
+  // Written on the owner's thread only; the background work reads it under a lock.
   QHash<QString, QString> dictFileAdded;
+  // The run's choices: set by the entry points before the background work starts, read by
+  // it, never changed while a run goes on.
   QString selectedFileType = QStringLiteral("ALL");
   const QStringList arrFileTypes = {QStringLiteral("*.*"),   QStringLiteral("*.JPG"),
                                     QStringLiteral("*.BMP"), QStringLiteral("*.JPEG"),
                                     QStringLiteral("*.GIF"), QStringLiteral("*.PNG")};
-  qint32 totalPhotoToAdd = 0;
-  qint32 photosAdded = 0;
-  qint32 alreadyExistsPhotosCount = 0;
-  qint32 damagedFileCount = 0;
-  bool isMAX_PHOTOS_LIMIT_EXCEEDED = false;
-  std::atomic<bool> isPHOTOS_PROCESSING_IN_PROGERESS{false};
-  bool isAddingPhotosInCollectionView = false;
-  bool isPhotosAlreadyAdded = false;
-  bool isPhotoFormatNotSupported = false;
   bool isAddFromSubFolderSelected = false;
   bool isAddingWithFilter = false;
   bool isAddingIphotos = false;
-  bool isIphotoDirectorySelected = false;
-  qint32 pathType = 0; // 0 none, 1 folder, 2 package, 3 Photos library
   QDateTime datePickerFromDate;
   QDateTime datePickerToDate;
+  bool isAddingPhotosInCollectionView = false; // the owner's thread only
+  // Written by the background work and read by the owner (or the other way round).
+  std::atomic<qint32> totalPhotoToAdd{0};
+  std::atomic<qint32> photosAdded{0};
+  std::atomic<qint32> alreadyExistsPhotosCount{0};
+  std::atomic<qint32> damagedFileCount{0};
+  std::atomic<bool> isMAX_PHOTOS_LIMIT_EXCEEDED{false};
+  std::atomic<bool> isPHOTOS_PROCESSING_IN_PROGERESS{false};
+  std::atomic<bool> isPhotosAlreadyAdded{false};
+  std::atomic<bool> isPhotoFormatNotSupported{false};
+  std::atomic<bool> isIphotoDirectorySelected{false};
+  std::atomic<qint32> pathType{0}; // 0 none, 1 folder, 2 package, 3 Photos library
 
   static constexpr qint32 kMaxPhotosLimit = 1000000;
   // Tests lower the batch limit instead of making a million files.
   void setMaxPhotosLimitForTesting(qint32 limit) { maxPhotosLimit_ = limit; }
   // Records may be read ahead on a second thread; off gives the plain sequential run.
   void setParallelReading(bool on) { parallelReading_ = on; }
+  // How many steps the background work may queue before it waits for the owner (tests lower
+  // it to see the hand-over in small chunks).
+  static constexpr int kMaxQueuedSteps = 512;
+  void setQueueLimitForTesting(int steps) { maxQueued_ = std::max(1, steps); }
 
 private:
   struct Candidate;
   class ReadAhead;
   friend class ReadAhead;
+  // One step handed from the background thread to the owner's: a photo to append (with the
+  // folder its progress line shows), or a call.
+  struct Step {
+    std::shared_ptr<PhotoFile> photo;
+    QString folder;
+    std::function<void()> call;
+  };
 
   void startRun(const QStringList &paths, bool isiPhoto);
   void afterCount(qint32 count);
@@ -235,21 +278,50 @@ private:
   void scheduleAfterDelay(std::function<void()> step);
   void message(AddPhotosMessage m);
   void finishIfIdle();
-  void startWorker(std::function<void()> work, bool highPriority);
-  // Runs step on the owner's thread and waits for it.
-  void onOwnerThread(const std::function<void()> &step);
+  void startWorker(std::function<void()> work);
+  // From the background thread: queue a step for the owner's thread (waits while the queue is
+  // full). A photo step appends the photo; any other step runs call.
+  void handOver(Step step);
+  void handOverPhoto(std::shared_ptr<PhotoFile> photo, QString folder);
+  void handOverCall(std::function<void()> call);
+  // On the owner's thread: takes queued steps for a slice of time, then yields.
+  void drainHandOvers();
+  void appendChunk(const std::vector<Step> &photos);
+  // The background work goes on: neither stopped, nor every counted photo taken, nor closing.
+  bool keepAdding() const;
+  bool isKnownPath(const QString &path) const;
+  // For reading ahead: which paths are neither in the batch nor handed over this run.
+  std::vector<char> unknownPaths(const QStringList &paths) const;
   void noteUnreadableName(const QString &folder);
+  // Batch changes with their notices, on the owner's thread.
+  void removeRows(QList<qsizetype> rows);
+  void callListener(const std::function<void(AddPhotosListener &)> &call);
 
   Batch *batch_;
   AddPhotosListener *listener_;
-  QObject *owner_;
+  QObject *relay_; // on the owner's thread: wakes it, runs the delayed steps
+  std::thread::id ownerThread_;
   QEventLoop *waitLoop_ = nullptr;
   QStringList runPaths_;
-  QSet<QString> unreadableFolders_;
+  QSet<QString> unreadableFolders_; // the background thread's
+  QSet<QString> takenThisRun_;      // the background thread's: photos it handed over
+  qint32 takenCount_ = 0;           // the background thread's
   qint32 maxPhotosLimit_ = kMaxPhotosLimit;
+  int maxQueued_ = kMaxQueuedSteps;
+  // Shared with the background thread.
+  mutable std::mutex keysMutex_; // dictFileAdded's writes (owner) against reads (background)
+  std::mutex queueMutex_;
+  std::condition_variable queueRoom_;
+  std::deque<Step> queue_;
+  bool wakePending_ = false;
+  std::atomic<bool> closing_{false};
+  // The owner's thread only.
+  std::deque<Step> inHand_;
+  std::vector<std::thread> threads_;
   int workers_ = 0;
   int pendingSteps_ = 0;
   int inStep_ = 0;
+  bool draining_ = false;
   bool running_ = false;
   bool damagedPromptScheduled_ = false;
   bool parallelReading_ = true;

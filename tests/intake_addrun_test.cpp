@@ -8,13 +8,18 @@
 #include "platform/StandardFolders.h"
 #include "tests/support/TestEnv.h"
 
+#include <QCoreApplication>
 #include <QDir>
+#include <QElapsedTimer>
+#include <QEventLoop>
 #include <QFile>
 #include <QTemporaryDir>
+#include <QTimer>
 
 #include <functional>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <thread>
 #include <unistd.h>
 
 inline void PrintTo(const QString &text, std::ostream *out) {
@@ -33,8 +38,79 @@ const QStringList kNoPhotos = {"NO PHOTOS TO ADD: There are no new photos to add
 const QStringList kOneRefused = {"FILES CANNOT BE ADDED: File cannot be added. They are either "
                                  "damaged or not supported by application."};
 
+// Keeps its own copy of the batch, changed only by the insertion and removal notices, as a
+// table model would. Every notice, every other listener call and every check() must find the
+// batch equal to that copy (outside a notice pair) and come on the owner's thread; anything
+// else is a fault, noted in faults.
+struct ModelMirror : AddPhotosListener {
+  const PhotoIntake::Batch *batch = nullptr;
+  PhotoIntake::Batch rows;
+  std::thread::id owner = std::this_thread::get_id();
+  QStringList faults;
+  QList<QPair<qsizetype, qsizetype>> inserts, removals;
+  enum class Open { None, Insert, Remove } open = Open::None;
+  qsizetype openFirst = 0, openCount = 0;
+
+  void watch(const PhotoIntake::Batch *b) {
+    batch = b;
+    rows = *b;
+  }
+  void fault(const QString &what) {
+    if (faults.size() < 20)
+      faults.append(what);
+  }
+  // Called at every listener call and by the tests' timers.
+  void check(const char *where) {
+    if (std::this_thread::get_id() != owner)
+      fault(QStringLiteral("%1 off the owner's thread").arg(where));
+    if (batch && open == Open::None && *batch != rows)
+      fault(QStringLiteral("%1: the batch changed without a notice").arg(where));
+  }
+  void addPhotosWillInsert(qsizetype first, qsizetype count) override {
+    check("will insert");
+    if (open != Open::None || first != rows.size() || count <= 0)
+      fault(QStringLiteral("bad insert notice %1+%2 over %3 rows")
+                .arg(first)
+                .arg(count)
+                .arg(rows.size()));
+    open = Open::Insert;
+    openFirst = first;
+    openCount = count;
+  }
+  void addPhotosDidInsert() override {
+    if (open != Open::Insert || batch->size() != rows.size() + openCount ||
+        batch->mid(0, rows.size()) != rows)
+      fault(QStringLiteral("insert of %1 rows not as announced").arg(openCount));
+    rows = *batch;
+    inserts.append({openFirst, openCount});
+    open = Open::None;
+    check("did insert");
+  }
+  void addPhotosWillRemove(qsizetype first, qsizetype count) override {
+    check("will remove");
+    if (open != Open::None || first < 0 || count <= 0 || first + count > rows.size())
+      fault(QStringLiteral("bad removal notice %1+%2 over %3 rows")
+                .arg(first)
+                .arg(count)
+                .arg(rows.size()));
+    open = Open::Remove;
+    openFirst = first;
+    openCount = count;
+  }
+  void addPhotosDidRemove() override {
+    PhotoIntake::Batch expected = rows;
+    expected.remove(openFirst, openCount);
+    if (open != Open::Remove || *batch != expected)
+      fault(QStringLiteral("removal of %1+%2 not as announced").arg(openFirst).arg(openCount));
+    rows = *batch;
+    removals.append({openFirst, openCount});
+    open = Open::None;
+    check("did remove");
+  }
+};
+
 // Records what the screen would show, in order.
-struct Recorder : AddPhotosListener {
+struct Recorder : ModelMirror {
   QList<AddPhotosMessage> messages;
   QList<AddPhotosProgress> progress;
   QStringList unreadableFolders;
@@ -43,23 +119,43 @@ struct Recorder : AddPhotosListener {
   std::function<void(const AddPhotosProgress &)> onProgress;
   std::function<void()> onWillAdd;
 
-  void addPhotosMessage(const AddPhotosMessage &m) override { messages.append(m); }
-  void addPhotosExaminedForFilter(const std::shared_ptr<ImageFileInfo> &) override { ++examined; }
+  void addPhotosMessage(const AddPhotosMessage &m) override {
+    check("message");
+    messages.append(m);
+  }
+  void addPhotosExaminedForFilter(const std::shared_ptr<ImageFileInfo> &) override {
+    check("examined");
+    ++examined;
+  }
   void addPhotosWillAdd(bool showProgressPanel) override {
+    check("will add");
     lastShowProgressPanel = showProgressPanel;
     ++willAdd;
     if (onWillAdd)
       onWillAdd();
   }
-  void addPhotosShowProgressPanel() override { ++panels; }
+  void addPhotosShowProgressPanel() override {
+    check("panel");
+    ++panels;
+  }
   void addPhotosProgress(const AddPhotosProgress &p) override {
+    check("progress");
     progress.append(p);
     if (onProgress)
       onProgress(p);
   }
-  void addPhotosEnded() override { ++ended; }
-  void addPhotosFinished() override { ++finished; }
-  void addPhotosUnreadableName(const QString &folder) override { unreadableFolders.append(folder); }
+  void addPhotosEnded() override {
+    check("ended");
+    ++ended;
+  }
+  void addPhotosFinished() override {
+    check("finished");
+    ++finished;
+  }
+  void addPhotosUnreadableName(const QString &folder) override {
+    check("unreadable");
+    unreadableFolders.append(folder);
+  }
 
   QStringList shown() const {
     QStringList lines;
@@ -71,6 +167,8 @@ struct Recorder : AddPhotosListener {
     messages.clear();
     progress.clear();
     unreadableFolders.clear();
+    inserts.clear();
+    removals.clear();
     willAdd = ended = finished = panels = examined = 0;
   }
 };
@@ -88,6 +186,12 @@ protected:
   PhotoIntake::Batch batch;
   Recorder seen;
   PhotoIntake engine{&batch, &seen};
+
+  AddRun() { seen.watch(&batch); }
+  void TearDown() override {
+    seen.check("end of test");
+    EXPECT_EQ(seen.faults, QStringList());
+  }
 
   QString path(const QString &name) const { return dir.path() + '/' + name; }
   QString photo(const QString &name, const char *sample = kSmall) {
@@ -225,24 +329,32 @@ TEST_F(AddRun, ProgressTextsAndPictures) {
   EXPECT_EQ(panel(seen.progress[0]), "100 | 100 % | fill_105 | 1 photo added");
 }
 
-TEST_F(AddRun, StopMidRunKeepsWhatWasAdded) {
-  const QString ten = folderOf("ten", 10);
+TEST_F(AddRun, StopMidRunKeepsWhatWasReported) {
+  // Photos come over two at a time: the stop at the first report leaves most of them out.
+  engine.setQueueLimitForTesting(2);
+  const QString twenty = folderOf("twenty", 20);
   seen.onProgress = [&](const AddPhotosProgress &p) {
-    if (p.photosAdded == 3)
+    if (p.photosAdded == 1)
       engine.btnStopAddingTapped();
   };
-  add({ten});
-  EXPECT_EQ(batch.size(), 3);
+  add({twenty});
   EXPECT_FALSE(engine.isRunning());
   EXPECT_FALSE(engine.isPHOTOS_PROCESSING_IN_PROGERESS);
+  // Exactly the photos reported as added are in the batch, each reported once.
+  ASSERT_FALSE(seen.progress.isEmpty());
+  EXPECT_EQ(batch.size(), seen.progress.size());
+  EXPECT_EQ(engine.photosAdded.load(), seen.progress.size());
+  EXPECT_LT(batch.size(), 10);
   EXPECT_GE(seen.ended, 1);
   EXPECT_TRUE(seen.messages.isEmpty());
   expectKeysMatchBatch();
 
-  // The rest can be added afterwards; the first three are duplicates now.
+  // The rest can be added afterwards, after the first ones, in the folder's order.
   seen.onProgress = nullptr;
-  add({ten});
-  EXPECT_EQ(batch.size(), 10);
+  add({twenty});
+  ASSERT_EQ(batch.size(), 20);
+  for (int i = 0; i < 20; ++i)
+    EXPECT_EQ(batchNames()[i], QStringLiteral("twenty/%1.jpg").arg(i, 2, 10, QLatin1Char('0')));
 }
 
 TEST_F(AddRun, LimitOneByOneAndInsideAFolder) {
@@ -396,6 +508,7 @@ TEST_F(AddRun, ReadingAheadGivesTheSequentialResult) {
   PhotoIntake::Batch sequentialBatch;
   Recorder sequentialSeen;
   PhotoIntake sequential(&sequentialBatch, &sequentialSeen);
+  sequentialSeen.watch(&sequentialBatch);
   sequential.setParallelReading(false);
   for (PhotoIntake *e : {&engine, &sequential}) {
     e->btnAddPhotosTappedWithIndex(0, {path("mix/1/04.jpg")});
@@ -412,6 +525,7 @@ TEST_F(AddRun, ReadingAheadGivesTheSequentialResult) {
   EXPECT_EQ(engine.alreadyExistsPhotosCount, sequential.alreadyExistsPhotosCount);
   EXPECT_EQ(seen.shown(), sequentialSeen.shown());
   EXPECT_EQ(seen.shown().size(), 1);
+  EXPECT_EQ(sequentialSeen.faults, QStringList());
 }
 
 TEST_F(AddRun, PhotosLibrariesAreRefusedAndIphotoLibrariesRead) {
@@ -470,13 +584,14 @@ TEST_F(AddRun, PhotosLibrariesAreRefusedAndIphotoLibrariesRead) {
 
 TEST_F(AddRun, SummaryLineAndRemoveSheets) {
   EXPECT_EQ(engine.updateBatchInformationInBottomView(), QString());
+  PhotoIntake::Batch records;
   for (double mb : {1.0, 2.0, 3.0}) {
     auto record = std::make_shared<PhotoFile>();
     record->filePath = path(QStringLiteral("%1.jpg").arg(mb));
     record->fileSizeInBytes = mb * 1000 * 1000;
-    batch.append(record);
+    records.append(record);
   }
-  engine.rebuildDictFileAdded();
+  ASSERT_TRUE(engine.replaceBatch(records));
   expectKeysMatchBatch();
   EXPECT_EQ(engine.updateBatchInformationInBottomView(),
             "Images Count: 3  |  Total Size: 6.00 MB  ");
@@ -492,8 +607,10 @@ TEST_F(AddRun, SummaryLineAndRemoveSheets) {
   EXPECT_EQ(sheet(0, 0), ": ");
   EXPECT_EQ(seen.shown(), QStringList{"NO PHOTO TO DELETE: No Photo selected to Delete."});
 
+  seen.clear();
   engine.btnYesOnRemoveSelectedPhotoTapped({batch[0], batch[2]});
   EXPECT_EQ(batch.size(), 1);
+  EXPECT_EQ(seen.removals, (QList<QPair<qsizetype, qsizetype>>{{2, 1}, {0, 1}}));
   expectKeysMatchBatch();
   EXPECT_EQ(sheet(1, 0), "REMOVE  PHOTO: Remove  photo from the Batch?");
   engine.btnYesOnRemoveAllPhotoTapped();
@@ -514,13 +631,16 @@ TEST_F(AddRun, RemovalThenReAddAndReplacedBatches) {
   EXPECT_TRUE(seen.messages.isEmpty());
 
   // The skipped photos come back as the whole batch.
-  batch = {batch[1]};
-  engine.rebuildDictFileAdded();
+  seen.clear();
+  ASSERT_TRUE(engine.replaceBatch({batch[1]}));
+  EXPECT_EQ(seen.removals, (QList<QPair<qsizetype, qsizetype>>{{0, 2}}));
+  EXPECT_EQ(seen.inserts, (QList<QPair<qsizetype, qsizetype>>{{0, 1}}));
   expectKeysMatchBatch();
   add({b});
   EXPECT_EQ(batch.size(), 2);
-  // A new batch forgets every key.
+  // A new batch (emptied by the application, the model reset with it) forgets every key.
   batch.clear();
+  seen.watch(&batch);
   engine.viewWillAppear(true);
   EXPECT_TRUE(engine.dictFileAdded.isEmpty());
 }
@@ -549,7 +669,9 @@ TEST_F(AddRun, MissingPhotosMarkedThenRemoved) {
   EXPECT_TRUE(seen.messages.last().showsRemove);
   EXPECT_FALSE(seen.messages.last().showsOk);
 
+  seen.clear();
   EXPECT_EQ(engine.btnRemoveFromBatchOnAlertTapped(), (QList<int>{0, 1, 2}));
+  EXPECT_EQ(seen.removals, (QList<QPair<qsizetype, qsizetype>>{{0, 3}}));
   EXPECT_TRUE(batch.isEmpty());
   EXPECT_TRUE(engine.dictFileAdded.isEmpty());
 
@@ -588,6 +710,113 @@ TEST_F(AddRun, ConsoleLinesAndDiagnosticLines) {
   AddPhotosMessage trash;
   trash.kind = AddPhotosMessage::Kind::Trash;
   EXPECT_TRUE(AddPhotosConsole::lineForMessage(trash).isEmpty());
+}
+
+// --- The batch and the owner's thread ---
+
+TEST_F(AddRun, LargeAddComesInOrderInSmallChunksWhileTheOwnerStaysResponsive) {
+  // Files, a sub-folder walked where it stands, refused files and a library-less package.
+  QStringList expected;
+  for (int i = 0; i < 90; ++i) {
+    const QString name =
+        i % 10 == 9 ? QStringLiteral("big/%1/x%2.txt") : QStringLiteral("big/%1/p%2.jpg");
+    const QString file = name.arg(i / 30).arg(i, 2, 10, QLatin1Char('0'));
+    if (file.endsWith(".txt")) {
+      testenv::writeFile(path(file), "x");
+      continue;
+    }
+    photo(file, i % 3 == 0 ? kOther : kSmall);
+    expected.append(file);
+  }
+  const QString single = photo("single.jpg");
+  engine.setQueueLimitForTesting(8);
+
+  // The owner's thread ticks every 2 ms: each tick checks the batch against the model's copy
+  // and makes the calls a window makes meanwhile, which must neither wait nor change the batch.
+  QElapsedTimer sinceTick;
+  qint64 longestGap = 0;
+  int ticks = 0, ticksBetweenInserts = 0;
+  qsizetype insertsAtLastTick = 0;
+  QTimer timer;
+  timer.setInterval(2);
+  QObject::connect(&timer, &QTimer::timeout, [&] {
+    longestGap = std::max(longestGap, sinceTick.restart());
+    ++ticks;
+    if (seen.inserts.size() > insertsAtLastTick && insertsAtLastTick > 0)
+      ++ticksBetweenInserts;
+    insertsAtLastTick = seen.inserts.size();
+    seen.check("tick");
+    if (!engine.isRunning()) // the last tick may come as the waiting loop ends
+      return;
+    const qsizetype before = batch.size();
+    EXPECT_EQ(engine.btnAddPhotosTappedWithIndex(0, {single}).code, AddPhotosStatus::Code::Busy);
+    engine.btnYesOnRemoveAllPhotoTapped();
+    if (!batch.isEmpty())
+      engine.removePhotoFromBatch(batch.first());
+    EXPECT_FALSE(engine.replaceBatch({}));
+    EXPECT_TRUE(engine.checkForDeletedPhotosInSourceFolder(true).isEmpty());
+    engine.rebuildDictFileAdded();
+    engine.updateBatchInformationInBottomView();
+    EXPECT_EQ(batch.size(), before);
+  });
+  seen.clear();
+  ASSERT_TRUE(engine.btnAddPhotosTappedWithIndex(1, {single, path("big")}).started());
+  sinceTick.start();
+  timer.start();
+  engine.waitForFinished();
+  timer.stop();
+
+  // The single-threaded order: the chosen file, then the folder depth first by name.
+  expected.prepend("single.jpg");
+  EXPECT_EQ(batchNames(), expected);
+  expectKeysMatchBatch();
+  ASSERT_EQ(seen.progress.size(), expected.size());
+  EXPECT_EQ(seen.progress.last().progressText, "82 photos added");
+  // Handed over in chunks no larger than the queue, each announced before it lands.
+  qsizetype largest = 0, total = 0;
+  for (const auto &[first, count] : seen.inserts) {
+    EXPECT_EQ(first, total);
+    total += count;
+    largest = std::max(largest, count);
+  }
+  EXPECT_EQ(total, expected.size());
+  EXPECT_LE(largest, 8);
+  EXPECT_GE(seen.inserts.size(), expected.size() / 8);
+  // The owner's loop ran between the chunks; no tick waited anywhere near a second (the run
+  // itself takes far longer under the sanitizers).
+  EXPECT_GT(ticksBetweenInserts, 0);
+  EXPECT_GT(ticks, 0);
+  EXPECT_LT(longestGap, 1000);
+  EXPECT_EQ(seen.finished, 1);
+}
+
+TEST_F(AddRun, DestroyedMidRunStopsWithoutRunningAnEventLoop) {
+  const QString thirty = folderOf("thirty", 30);
+  auto doomed = std::make_unique<PhotoIntake>(&batch, &seen);
+  doomed->setQueueLimitForTesting(1);
+  bool started = false;
+  seen.onWillAdd = [&] { started = true; };
+  ASSERT_TRUE(doomed->btnAddPhotosTappedWithIndex(0, {thirty}).started());
+  // Let the run get going, so the background thread is waiting on a full queue.
+  QElapsedTimer clock;
+  clock.start();
+  while (!started && clock.elapsed() < 30000)
+    QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 50);
+  ASSERT_TRUE(started);
+  // A zero timer fires only if some event loop runs: the destructor must not run one.
+  bool loopRan = false;
+  QTimer::singleShot(0, [&] { loopRan = true; });
+  const qsizetype before = batch.size();
+  const int calls = seen.progress.size() + seen.ended + seen.finished;
+  doomed.reset();
+  EXPECT_FALSE(loopRan);
+  EXPECT_EQ(batch.size(), before);
+  // Nothing queued for the gone engine arrives later.
+  QCoreApplication::processEvents();
+  QCoreApplication::processEvents();
+  EXPECT_TRUE(loopRan);
+  EXPECT_EQ(seen.progress.size() + seen.ended + seen.finished, calls);
+  EXPECT_EQ(batch.size(), before);
 }
 
 } // namespace
