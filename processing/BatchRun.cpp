@@ -64,6 +64,8 @@ public:
   std::function<double()> scaleFactorReader;
   bool prefetchNextPhoto = true;
   qint64 start = 0;
+  // The first loop of a run clears the destination folders of what dead runs left.
+  bool clearStaleFiles = false;
 
   // The problem lists as sets: a photo's checks cost no walk through them.
   struct SkipLookup {
@@ -249,18 +251,10 @@ void BatchRun::startProcessingOfPhotos() {
   counterTotalProgressedFiles = 0;
   progressPercentage = 0;
   Q_EMIT progressChanged(0);
-  // Half-written files of a run that died are ours to clear away.
-  QSet<QString> folders;
-  for (const auto &destination : destinations_) {
-    if (destination)
-      folders.insert(QFileInfo(destination->filePath).absolutePath());
-  }
-  for (const QString &folder : folders)
-    platform::SafeWrite::removeStaleTemporaryFiles(folder);
-  submitLoop();
+  submitLoop(false, true);
 }
 
-void BatchRun::submitLoop(bool here) {
+void BatchRun::submitLoop(bool here, bool clearStaleFiles) {
   auto loop = std::make_shared<Loop>();
   loop->shared = shared_;
   loop->delegate = delegate_;
@@ -274,6 +268,7 @@ void BatchRun::submitLoop(bool here) {
   loop->scaleFactorReader = scaleFactorReader;
   loop->prefetchNextPhoto = prefetchNextPhoto;
   loop->start = std::max<qint64>(0, counterTotalProgressedFiles);
+  loop->clearStaleFiles = clearStaleFiles;
   const auto set = [](const QStringList &list) { return QSet<QString>(list.begin(), list.end()); };
   loop->skips = {set(arrayEmptyNames), set(arrayInvalidFileName), set(arrayDuplicateNames),
                  set(arrayFileNotFound), set(arrayFileAlreadyExists)};
@@ -303,6 +298,18 @@ void BatchRun::Loop::run() {
   w.stopProcessAfterCompletionCompression = [this] {
     onOwner([](BatchRun &run) { run.stopProcessAfterCompletionCompression(); });
   };
+
+  if (clearStaleFiles) {
+    // Half-written files of a run that died are ours to clear away; a large folder takes a
+    // while to list, so not on the owner's thread.
+    QSet<QString> folders;
+    for (const auto &destination : destinations) {
+      if (destination)
+        folders.insert(QFileInfo(destination->filePath).absolutePath());
+    }
+    for (const QString &folder : folders)
+      platform::SafeWrite::removeStaleTemporaryFiles(folder);
+  }
 
   bool brokeOnFlag = false;
   // Photos are made ready ahead of their turn, each on a worker of its own, one more at once
@@ -576,12 +583,21 @@ void BatchRun::callForUpdatingProgressWithCountWithProcessStatus(qint32 status,
 
 // --- Texts ---
 
-QString BatchRun::batchInfoText() const {
-  double total = 0;
-  for (const auto &photo : batch_) {
-    if (photo)
-      total += photo->fileSizeInBytes;
+double BatchRun::batchBytes() const {
+  if (batch_.constData() != bytesOfBatch_ || batch_.size() != bytesOfCount_) {
+    batchBytes_ = 0;
+    for (const auto &photo : batch_) {
+      if (photo)
+        batchBytes_ += photo->fileSizeInBytes;
+    }
+    bytesOfBatch_ = batch_.constData();
+    bytesOfCount_ = batch_.size();
   }
+  return batchBytes_;
+}
+
+QString BatchRun::batchInfoText() const {
+  const double total = batchBytes();
   return QStringLiteral("Images Count: %1  |  Total Size: %2  |  Photos Processed: %3  |  "
                         "Photos Skipped: %4  |  Process Completed: %5 %")
       .arg(batchCount())

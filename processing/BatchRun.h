@@ -206,8 +206,9 @@ Q_SIGNALS:
 private:
   // One loop over the batch with everything it reads (BatchRun.cpp).
   class Loop;
-  // Starts a loop from counterTotalProgressedFiles: on a background task, or here.
-  void submitLoop(bool here = false);
+  // Starts a loop from counterTotalProgressedFiles: on a background task, or here;
+  // clearStaleFiles for the first loop of a run.
+  void submitLoop(bool here = false, bool clearStaleFiles = false);
   // The delegate's batch and destinations become the run's, unless start() gave them.
   void takeBatch();
   void loopFinished(bool brokeOnFlag);
@@ -222,6 +223,12 @@ private:
   // batch_ and destinations_ are set for the start under way (by start(), or taken from the
   // delegate by takeBatch).
   bool batchTaken_ = false;
+  // The batch's total size, summed once per batch: the information line is refreshed after
+  // every photo, and summing a large batch each time would make a run quadratic.
+  double batchBytes() const;
+  mutable const void *bytesOfBatch_ = nullptr;
+  mutable qsizetype bytesOfCount_ = -1;
+  mutable double batchBytes_ = 0;
   QTimer bottomInfoTimer_;
   std::atomic<bool> loopRunning_{false};
   // A stop cleared the run flag while a photo may still be in flight.

@@ -258,7 +258,10 @@ TEST_P(FreeSpaceTest, AtMost100MiBStopsAfterTheCurrentPhoto) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Threshold, FreeSpaceTest,
-                         ::testing::Values(qint64(105906175), qint64(105906176)));
+                         ::testing::Values(qint64(105906175), qint64(105906176)),
+                         [](const auto &info) {
+                           return std::string(info.param < 105906176 ? "Below101MiB" : "At101MiB");
+                         });
 
 TEST_F(BatchRunTest, StopThenNoResumesAtTheFirstUnfinishedPhoto) {
   addPhotos(4, "s%1.png");
