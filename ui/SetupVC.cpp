@@ -373,14 +373,14 @@ void SetupVC::showStartRefused(const QString &message) {
 // --- Starting ---
 
 void SetupVC::btnPreviewOnConvertOrRenameVCTapped() {
-  const auto &records = delegate_->arrayDestinationPaths;
-  const bool overwrite = delegate_->selectedOuputSettingObj &&
-                         delegate_->selectedOuputSettingObj->owerwriteExistingFiles;
-  // The source test looks at the disk again: a photo gone since the preview is caught here.
-  startErrors_ = calculateErrorFiles(records, overwrite, true);
-  for (const QString &line : startErrors_.consoleLines)
+  prepared_ = settingsView_->controller().preparedBatch();
+  // The checks again: a photo gone since the preview is caught here.
+  prepared_.verdicts = calculateErrorFiles(
+      prepared_.destinations, prepared_.options && prepared_.options->owerwriteExistingFiles, true);
+  for (const QString &line : prepared_.verdicts.consoleLines)
     qInfo().noquote() << line;
-  switch (startGateForBatch(startErrors_, records.size())) {
+  const auto &records = prepared_.destinations;
+  switch (prepared_.startGate()) {
   case StartGate::Refuse:
     run_.showAlertWithType(115);
     return;
@@ -388,7 +388,7 @@ void SetupVC::btnPreviewOnConvertOrRenameVCTapped() {
     if (delegate_->isSUBWINDOW_OPENED)
       return;
     delegate_->isSUBWINDOW_OPENED = true;
-    const qsizetype problems = startErrors_.problemCount();
+    const qsizetype problems = prepared_.verdicts.problemCount();
     const QString message =
         tr("%1 of the %2 photos have errors or warnings and will be skipped. Do you want to "
            "start the batch?")
@@ -412,7 +412,7 @@ void SetupVC::btnYesOnStartProcessWindowTapped() {
 }
 
 void SetupVC::sendStartProcessRequest() {
-  if (delegate_->arraySelectedImagesToProcess.isEmpty()) {
+  if (prepared_.batch.isEmpty()) {
     showPage(SettingsPage);
     return;
   }
@@ -421,20 +421,14 @@ void SetupVC::sendStartProcessRequest() {
 }
 
 void SetupVC::processStartNotification() {
-  run_.settings = runSettingsFrom(delegate_->selectedRenameSettingObj.get(),
-                                  delegate_->selectedOuputSettingObj.get());
-  run_.arrayEmptyNames = startErrors_.arrayEmptyNames;
-  run_.arrayInvalidFileName = startErrors_.arrayInvalidFileName;
-  run_.arrayDuplicateNames = startErrors_.arrayDuplicateNames;
-  run_.arrayFileNotFound = startErrors_.arrayFileNotFound;
-  run_.arrayFileAlreadyExists = startErrors_.arrayFileAlreadyExists;
   // The run's rows are the preview's rows, showing results instead of checks.
   PreviewTableModel *model = settingsView_->previewModel();
-  model->setPreview(delegate_->arrayDestinationPaths, startErrors_);
-  model->setRunBatch(delegate_->arraySelectedImagesToProcess);
+  model->setPreview(prepared_.destinations, prepared_.verdicts);
+  model->setRunBatch(prepared_.batch);
   awake_ = std::make_unique<platform::Workspace::DisplayAwakeAssertion>(
       QStringLiteral("Processing a batch of photos"));
-  run_.processStartNotification();
+  if (!run_.start(prepared_))
+    awake_.reset();
 }
 
 void SetupVC::resetUIforNewProcess() {
@@ -470,7 +464,7 @@ void SetupVC::applyFrame() {
     pendingBatchInfo_.clear();
   }
   if (pendingRow_ >= 0) {
-    const auto &batch = delegate_->arraySelectedImagesToProcess;
+    const auto &batch = run_.runBatch();
     if (pendingRow_ < batch.size() && batch.at(pendingRow_))
       currentFile_->setText(batch.at(pendingRow_)->filePath);
     runTable_->scrollTo(settingsView_->previewModel()->index(int(pendingRow_), 0));

@@ -95,7 +95,8 @@ private:
   AppDelegate *delegate_;
   ScreenFlowDelegate *flow_;
   BatchRun run_;
-  ErrorFiles startErrors_;
+  // What the start gate read and the run takes: the last preview pass, checked again.
+  PreparedBatch prepared_;
   std::unique_ptr<platform::Workspace::DisplayAwakeAssertion> awake_;
 
   QStackedWidget *pages_ = nullptr;
