@@ -90,36 +90,22 @@ TEST(ImageProcessing, FileImageUprightOrAtFullStoredSize) {
   EXPECT_FALSE(ImageProcessing::getImageFromFile(QString(), 10, 10).has_value());
 }
 
-TEST(ImageProcessing, FlipsTurnsAndColours) {
+// Flips, solid colours, crops, blurs and the grey conversion only forward to libvips; the
+// turn and the crop's bounds are decided here.
+TEST(ImageProcessing, TurnsClockwiseAndCropsInsideTheImage) {
   const VImage image = markedImage();
-  EXPECT_GT(meanAt(*ImageProcessing::flipImageHorizontally(image), 30, 0, 10, 5), 250.0);
-  EXPECT_GT(meanAt(*ImageProcessing::flipImageVertically(image), 0, 15, 10, 5), 250.0);
   const auto quarter = ImageProcessing::rotateImagedByDegrees(90, image);
   ASSERT_TRUE(quarter.has_value());
   EXPECT_EQ(quarter->width(), 20);
   EXPECT_EQ(quarter->height(), 40);
   EXPECT_GT(meanAt(*quarter, 15, 0, 5, 10), 250.0); // top-left goes top-right, clockwise
+  EXPECT_EQ(ImageProcessing::rotateImagedByDegrees(-270, image)->width(), 20);
 
-  const auto grey = ImageProcessing::convertOriginalImageToBWImage(image);
-  ASSERT_TRUE(grey.has_value());
-  EXPECT_EQ(grey->bands(), 1);
-  EXPECT_EQ(grey->format(), VIPS_FORMAT_UCHAR);
-  EXPECT_EQ(grey->width(), 40);
-
-  const auto red = ImageProcessing::imageWithColor({255, 0, 0}, QSize(8, 6));
-  ASSERT_TRUE(red.has_value());
-  EXPECT_EQ(red->width(), 8);
-  EXPECT_DOUBLE_EQ(red->extract_band(0).avg(), 255.0);
-  EXPECT_DOUBLE_EQ(red->extract_band(1).avg(), 0.0);
-
-  const auto crop = ImageProcessing::imageWithCIImage(image, QRect(0, 0, 10, 5));
+  const auto crop = ImageProcessing::imageWithCIImage(image, QRect(-5, -5, 15, 10));
   ASSERT_TRUE(crop.has_value());
+  EXPECT_EQ(crop->width(), 10); // cut to the image
   EXPECT_DOUBLE_EQ(crop->avg(), 255.0);
   EXPECT_FALSE(ImageProcessing::imageWithCIImage(image, QRect(100, 100, 5, 5)).has_value());
-
-  const auto blurred = ImageProcessing::blurImage(image, QSize(40, 20), 3);
-  ASSERT_TRUE(blurred.has_value());
-  EXPECT_NEAR(blurred->avg(), image.avg(), 3.0);
 }
 
 TEST(ImageProcessing, HistogramsAndSaving) {
