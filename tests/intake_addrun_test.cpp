@@ -286,12 +286,15 @@ TEST_F(AddRun, ExactCaseExtraExtensions) {
   const QByteArray grey = "P5\n4 3\n255\n" + QByteArray(12, '\x80');
   const QByteArray colour = "P6\n4 3\n255\n" + QByteArray(36, '\x40');
   QStringList paths;
-  for (const char *name : {"x.Pgm", "x.Ppm", "x.Pnm", "x.Jpc", "x.P7", "x.Eps", "x.Pct"})
+  for (const char *name : {"x.Pgm", "x.Ppm", "x.Pnm", "x.Jpc", "x.Eps", "x.Pct"})
     paths.append(testenv::writeFile(path(name), colour));
+  // "P7" is the listed upper-case spelling, not a mixed one.
   paths << testenv::writeFile(path("a.pgm"), grey) << testenv::writeFile(path("b.PGM"), grey)
-        << testenv::writeFile(path("c.ppm"), colour) << testenv::writeFile(path("d.PNM"), colour);
+        << testenv::writeFile(path("c.ppm"), colour) << testenv::writeFile(path("d.PNM"), colour)
+        << testenv::writeFile(path("e.P7"), colour);
   add(paths);
-  EXPECT_EQ(batchNames(), (QStringList{"l.ptif", "u.PTIF", "a.pgm", "b.PGM", "c.ppm", "d.PNM"}));
+  EXPECT_EQ(batchNames(),
+            (QStringList{"l.ptif", "u.PTIF", "a.pgm", "b.PGM", "c.ppm", "d.PNM", "e.P7"}));
   EXPECT_EQ(seen.shown(), QStringList{"FILES CANNOT BE ADDED: Some files cannot be added. They "
                                       "are either damaged or not supported by application."});
 }
