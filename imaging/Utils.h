@@ -43,9 +43,10 @@ public:
   // asked size: the middle, the top-left edge, or the bottom-right edge.
   enum CropMode { CropModeCenter = 0, CropModeStart = 1, CropModeEnd = 2 };
 
-  // The batch run's loader: the photo upright and as 8-bit sRGB (grey, CMYK and 16-bit
-  // photos converted, alpha kept), so every encoder takes it. Camera RAW files are
-  // developed by the RAW decoder. None when the file cannot be decoded.
+  // The batch run's loader: the photo upright and in RGB (grey and CMYK photos converted,
+  // alpha kept), so every encoder takes it: 16-bit RGB for a 16-bit photo, 8-bit sRGB for any
+  // other. Its embedded ICC profile stays attached. Camera RAW files are developed by the RAW
+  // decoder. None when the file cannot be decoded.
   std::optional<vips::VImage> getImageWithFixedOrientionFromUrl(const QString &path);
   // The same photo not yet decoded: its pixels are read, once and in order, by whatever
   // takes them (an encoder streams it straight from the file). None when the file cannot be
@@ -76,6 +77,11 @@ public:
   // 8-bit sRGB (three bands, or four with alpha) of any decoded image; none when the image's
   // bands cannot be read as a picture.
   static std::optional<vips::VImage> toEightBitRgb(const vips::VImage &image);
+  // The same, except that 16-bit RGB and grey stay 16-bit (as RGB16, alpha kept).
+  static std::optional<vips::VImage> toRgbKeepingDepth(const vips::VImage &image);
+  // The ICC profile attached to an RGB image when it describes its pixels (an RGB profile);
+  // empty when there is none, and the pixels are then taken as sRGB.
+  static QByteArray embeddedProfile(const vips::VImage &image);
 
   // --- Encoding (UtilsEncode.cpp) ---
 
@@ -89,14 +95,17 @@ public:
                                  float factor, int orientation, const QString &sourcePath,
                                  QString *reason = nullptr);
   // Pixels only (no metadata) encoded in memory as representation type repType; none (with
-  // *reason) when they cannot be encoded. compressionLevel -1 gives the format's plain form;
-  // 0-9 is the compressor's effort (PNG zlib level; TIFF 1-4 LZW, 5-9 deflate, both with the
-  // horizontal predictor; GIF palette effort 1-10; no effect on the other types).
+  // *reason) when they cannot be encoded. TIFF and PNG keep 16-bit pixels at 16 bits; the
+  // other types take 8 bits, and GIF and BMP, which hold no colour profile, get the pixels
+  // converted to sRGB from the profile attached to the image. compressionLevel -1 gives the
+  // format's plain form; 0-9 is the compressor's effort (PNG zlib level; TIFF 1-4 LZW, 5-9 deflate,
+  // both with the horizontal predictor; GIF palette effort 1-10; no effect on the other types).
   static std::optional<EncodedFile> encodeImageToBuffer(const vips::VImage &image, int repType,
                                                         float factor, int compressionLevel,
                                                         QString *reason = nullptr);
   // The encoded file with the properties of the source file sourcePath carried into it (not
-  // for GIF and BMP), "Orientation" 1 when automatic correction is on: what
+  // for GIF and BMP), "Orientation" 1 when automatic correction is on, and the bitmap's ICC
+  // profile embedded so the output looks as its source does: what
   // saveImageInSelectedFormat writes, in memory, so it can be made ahead of its turn.
   std::optional<EncodedFile> encodeWithProperties(int repType, const vips::VImage &bitmap,
                                                   const QVariantMap &exifDict, float factor,

@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <cstring>
 
 using vips::VImage;
 
@@ -49,13 +50,51 @@ EncodedFile takeBlob(VipsBlob *blob) {
 
 } // namespace
 
-std::optional<EncodedFile> Utils::encodeImageToBuffer(const VImage &input, int repType,
-                                                      float factor, int compressionLevel,
-                                                      QString *reason) {
+namespace {
+
+// GIF and BMP hold no colour profile: pixels in another space are brought to sRGB first, so
+// they show the same colours. A photo without a profile is sRGB already and pays nothing.
+VImage inSrgbForProfileLessFormat(const VImage &image) {
+  if (Utils::embeddedProfile(image).isEmpty())
+    return image;
+  try {
+    return image.icc_transform("srgb", VImage::option()->set("embedded", true)->set("depth", 8));
+  } catch (const vips::VError &) {
+    return image; // a profile lcms cannot use: the pixels are taken as they are, as before
+  }
+}
+
+// The pixels as repType's encoder takes them: RGB at the photo's depth for TIFF and PNG,
+// 8-bit sRGB for the rest.
+VImage pixelsFor(const VImage &input, int repType) {
+  if (repType == 0 || repType == 5)
+    return Utils::toRgbKeepingDepth(input).value_or(input);
+  const VImage picture = repType == 1 || repType == 2 ? inSrgbForProfileLessFormat(input) : input;
+  return Utils::toEightBitRgb(picture).value_or(picture);
+}
+
+// The image with its ICC profile as its only metadata, for an encoder told to keep it: every
+// other field (EXIF, XMP, comments) is left for the metadata writer.
+VImage withProfileOnly(const VImage &image) {
+  VImage bare = image.copy();
+  char **fields = vips_image_get_fields(bare.get_image());
+  for (char **field = fields; field && *field; ++field) {
+    if (std::strcmp(*field, VIPS_META_ICC_NAME) != 0 &&
+        std::strcmp(*field, VIPS_META_RESOLUTION_UNIT) != 0)
+      bare.remove(*field); // the header's own fields are not removable and stay
+  }
+  g_strfreev(fields);
+  return bare;
+}
+
+// withProfile: the encoder embeds the image's profile itself (PNG, whose profile chunk the
+// metadata writer would name wrongly).
+std::optional<EncodedFile> encodePixels(const VImage &image, int repType, float factor,
+                                        int compressionLevel, QString *reason,
+                                        bool withProfile = false) {
   const int quality = std::clamp(int(std::lround(factor * 100)), 1, 100);
   const int level = std::clamp(compressionLevel, -1, 9);
   try {
-    VImage image = toEightBitRgb(input).value_or(input);
     switch (repType) {
     case 0: {
       auto *options = VImage::option()->set("strip", true);
@@ -84,12 +123,12 @@ std::optional<EncodedFile> Utils::encodeImageToBuffer(const VImage &input, int r
       // The plain form: a fast deflate after the "up" filter, which on photos is both quicker
       // and smaller than libvips' default (level 6, no filter). The compressor's levels try
       // every filter for the smallest file.
-      auto *options = VImage::option()->set("strip", true);
+      auto *options = VImage::option()->set("strip", !withProfile);
       if (level >= 0)
         options->set("compression", level)->set("filter", VIPS_FOREIGN_PNG_FILTER_ALL);
       else
         options->set("compression", 2)->set("filter", VIPS_FOREIGN_PNG_FILTER_UP);
-      return takeBlob(image.pngsave_buffer(options));
+      return takeBlob((withProfile ? withProfileOnly(image) : image).pngsave_buffer(options));
     }
     case 6:
       return takeBlob(
@@ -106,23 +145,42 @@ std::optional<EncodedFile> Utils::encodeImageToBuffer(const VImage &input, int r
   }
 }
 
+} // namespace
+
+std::optional<EncodedFile> Utils::encodeImageToBuffer(const VImage &input, int repType,
+                                                      float factor, int compressionLevel,
+                                                      QString *reason) {
+  return encodePixels(pixelsFor(input, repType), repType, factor, compressionLevel, reason);
+}
+
 std::optional<EncodedFile> Utils::encodeWithProperties(int repType, const VImage &bitmap,
                                                        const QVariantMap &exifDict, float factor,
                                                        int compressionLevel,
                                                        const QString &sourcePath, QString *reason) {
+  const VImage pixels = pixelsFor(bitmap, repType);
+  QByteArray profile = embeddedProfile(pixels);
+  const bool png = repType == 5;
   std::optional<EncodedFile> bytes =
-      encodeImageToBuffer(bitmap, repType, factor, compressionLevel, reason);
-  // GIF and BMP hold no EXIF; every other type gets the source's properties back.
-  if (bytes && repType != 1 && repType != 2 && !exifDict.isEmpty()) {
-    platform::MetadataCopy::Options options;
-    options.resetOrientation = AppDelegate::shared()->isAUTO_CORRECT_ORIENTATION;
-    options.pixelWidth = bitmap.width();
-    options.pixelHeight = bitmap.height();
-    QString why;
-    if (!platform::MetadataCopy::copyIntoEncoded(sourcePath, &*bytes, options, &why))
-      qCInfo(lcProcessing).noquote()
-          << QStringLiteral("metadata of %1 not carried: %2").arg(sourcePath, why);
-  }
+      encodePixels(pixels, repType, factor, compressionLevel, reason, png && !profile.isEmpty());
+  // GIF and BMP hold neither EXIF nor a profile; every other type gets the source's properties
+  // back, and the profile its pixels are in (the encoders strip it with the rest; PNG's keeps
+  // it, and the metadata writer keeps it there).
+  if (!bytes || repType == 1 || repType == 2)
+    return bytes;
+  if (png)
+    profile.clear();
+  platform::MetadataCopy::Options options;
+  options.colourProfile = profile;
+  if (exifDict.isEmpty() && options.colourProfile.isEmpty())
+    return bytes;
+  options.carryMetadata = !exifDict.isEmpty();
+  options.resetOrientation = AppDelegate::shared()->isAUTO_CORRECT_ORIENTATION;
+  options.pixelWidth = bitmap.width();
+  options.pixelHeight = bitmap.height();
+  QString why;
+  if (!platform::MetadataCopy::copyIntoEncoded(sourcePath, &*bytes, options, &why))
+    qCInfo(lcProcessing).noquote()
+        << QStringLiteral("metadata of %1 not carried: %2").arg(sourcePath, why);
   return bytes;
 }
 

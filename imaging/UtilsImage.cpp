@@ -16,6 +16,7 @@
 
 #include <cmath>
 #include <cstdio>
+#include <cstring>
 
 using vips::VImage;
 
@@ -61,7 +62,65 @@ bool isEightBitRgb(const VImage &image) {
          (image.bands() == 3 || image.bands() == 4);
 }
 
+// libvips' HEIF loader attaches the profile as memory that lives only as long as the file's
+// own image, so images made from it would point at freed memory once that one is closed. A
+// copy owned by the field lives as long as any image that carries it.
+VImage withOwnedProfile(const VImage &image) {
+  if (image.get_typeof(VIPS_META_ICC_NAME) == 0)
+    return image;
+  const void *data = nullptr;
+  size_t size = 0;
+  if (vips_image_get_blob(image.get_image(), VIPS_META_ICC_NAME, &data, &size) != 0 || !data)
+    return image;
+  VImage owned = image.copy();
+  vips_image_set_blob_copy(owned.get_image(), VIPS_META_ICC_NAME, data, size);
+  return owned;
+}
+
+// Three or four bands of 16-bit RGB (or grey, made RGB), kept at their depth for the formats
+// that can hold it.
+bool isSixteenBit(const VImage &image) {
+  if (image.format() != VIPS_FORMAT_USHORT)
+    return false;
+  const VipsInterpretation interpretation = image.guess_interpretation();
+  return (interpretation == VIPS_INTERPRETATION_RGB16 &&
+          (image.bands() == 3 || image.bands() == 4)) ||
+         (interpretation == VIPS_INTERPRETATION_GREY16 &&
+          (image.bands() == 1 || image.bands() == 2));
+}
+
 } // namespace
+
+QByteArray Utils::embeddedProfile(const VImage &image) {
+  if (image.bands() != 3 && image.bands() != 4)
+    return {};
+  if (image.get_typeof(VIPS_META_ICC_NAME) == 0)
+    return {};
+  const void *data = nullptr;
+  size_t size = 0;
+  if (vips_image_get_blob(image.get_image(), VIPS_META_ICC_NAME, &data, &size) != 0 || !data)
+    return {};
+  // The header's colour space (bytes 16-19) must be RGB: a grey photo made RGB, or Lab and
+  // CMYK numbers converted to sRGB, still carry a profile that no longer fits their pixels.
+  if (size < 128 || std::memcmp(static_cast<const char *>(data) + 16, "RGB ", 4) != 0)
+    return {};
+  return QByteArray(static_cast<const char *>(data), qsizetype(size));
+}
+
+std::optional<VImage> Utils::toRgbKeepingDepth(const VImage &image) {
+  if (!isSixteenBit(image))
+    return toEightBitRgb(image);
+  try {
+    if (image.bands() >= 3)
+      return image.interpretation() == VIPS_INTERPRETATION_RGB16
+                 ? image
+                 : image.copy(VImage::option()->set("interpretation", VIPS_INTERPRETATION_RGB16));
+    return image.copy(VImage::option()->set("interpretation", VIPS_INTERPRETATION_GREY16))
+        .colourspace(VIPS_INTERPRETATION_RGB16);
+  } catch (const vips::VError &) {
+    return std::nullopt;
+  }
+}
 
 std::optional<VImage> Utils::toEightBitRgb(const VImage &image) {
   // Most photos already are: no conversion, and no copy of their pixels.
@@ -191,8 +250,8 @@ std::optional<VImage> Utils::uprightImageFromUrl(const QString &path,
           image.set(VIPS_META_ORIENTATION, orientation);
         }
       } else {
-        image = VImage::new_from_file(fileName(path).constData(),
-                                      VImage::option()->set("access", VIPS_ACCESS_SEQUENTIAL));
+        image = withOwnedProfile(VImage::new_from_file(
+            fileName(path).constData(), VImage::option()->set("access", VIPS_ACCESS_SEQUENTIAL)));
         orientation = vips_image_get_orientation(image.get_image());
       }
       if (fileOrientation != 1 && orientation > 1)
@@ -206,7 +265,7 @@ std::optional<VImage> Utils::uprightImageFromUrl(const QString &path,
     if (auto rgb = convertGraycolorModelToRgb(image))
       image = *rgb;
   }
-  return toEightBitRgb(image);
+  return toRgbKeepingDepth(image);
 }
 
 std::optional<VImage> Utils::convertGraycolorModelToRgb(const VImage &image) {

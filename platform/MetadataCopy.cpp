@@ -68,6 +68,10 @@ bool carriedMetadata(const QString &source, const Options &options, Exiv2::ExifD
     return false;
   }
   Exiv2::ExifThumb(*exif).erase();
+  // A TIFF source's profile: the output's own is embedded only where it fits its pixels.
+  const auto profileTag = exif->findKey(Exiv2::ExifKey("Exif.Image.InterColorProfile"));
+  if (profileTag != exif->end())
+    exif->erase(profileTag);
   for (auto it = exif->begin(); it != exif->end();) {
     if (describesSourcePixels(*it))
       it = exif->erase(it);
@@ -98,12 +102,50 @@ bool carriedMetadata(const QString &source, const Options &options, Exiv2::ExifD
 }
 
 void replaceMetadata(Exiv2::Image &out, const Exiv2::ExifData &exif, const Exiv2::IptcData &iptc,
-                     const Exiv2::XmpData &xmp) {
+                     const Exiv2::XmpData &xmp, const QByteArray &profile) {
   out.readMetadata();
   out.setExifData(exif);
   out.setIptcData(iptc);
   out.setXmpData(xmp);
+  if (!profile.isEmpty()) {
+    Exiv2::DataBuf bytes(reinterpret_cast<const Exiv2::byte *>(profile.constData()),
+                         profile.size());
+#if EXIV2_TEST_VERSION(0, 28, 0)
+    out.setIccProfile(std::move(bytes));
+#else
+    out.setIccProfile(bytes);
+#endif
+  }
   out.writeMetadata();
+}
+
+} // namespace
+
+namespace {
+
+// Replaces the encoded output with the same file rewritten by Exiv2 with the given metadata
+// and profile. Throws when Exiv2 cannot rewrite it; *encoded is then unchanged.
+void rewrite(EncodedFile *encoded, const Exiv2::ExifData &exif, const Exiv2::IptcData &iptc,
+             const Exiv2::XmpData &xmp, const QByteArray &profile) {
+  const QByteArrayView bytes = encoded->bytes();
+  std::shared_ptr<Exiv2::Image> out(
+      Exiv2::ImageFactory::open(reinterpret_cast<const Exiv2::byte *>(bytes.data()),
+                                long(bytes.size()))
+          .release());
+  replaceMetadata(*out, exif, iptc, xmp, profile);
+  // The rewritten file stays in the writer's memory, which the result keeps alive. A
+  // rewrite made in place (Exiv2 patches a TIFF whose tags fit) is still in the encoder's
+  // bytes, which are then kept too.
+  Exiv2::BasicIo &io = out->io();
+  const long size = io.size();
+  const char *data = reinterpret_cast<const char *>(io.mmap());
+  if (!data && size > 0)
+    throw std::runtime_error("the rewritten file cannot be read back");
+  const bool inPlace = std::greater_equal<>()(data, bytes.data()) &&
+                       std::less<>()(data, bytes.data() + bytes.size());
+  auto owner = std::make_shared<std::pair<std::shared_ptr<Exiv2::Image>, EncodedFile>>(
+      std::move(out), inPlace ? *encoded : EncodedFile());
+  *encoded = EncodedFile(owner, data, qsizetype(size));
 }
 
 } // namespace
@@ -114,35 +156,26 @@ bool copyIntoEncoded(const QString &source, EncodedFile *encoded, const Options 
   Exiv2::ExifData exif;
   Exiv2::IptcData iptc;
   Exiv2::XmpData xmp;
+  bool carried = false;
   try {
-    if (!carriedMetadata(source, options, &exif, &iptc, &xmp))
+    carried = options.carryMetadata && carriedMetadata(source, options, &exif, &iptc, &xmp);
+    if (!carried && options.colourProfile.isEmpty())
       return true;
-    const QByteArrayView bytes = encoded->bytes();
-    std::shared_ptr<Exiv2::Image> out(
-        Exiv2::ImageFactory::open(reinterpret_cast<const Exiv2::byte *>(bytes.data()),
-                                  long(bytes.size()))
-            .release());
-    replaceMetadata(*out, exif, iptc, xmp);
-    // The rewritten file stays in the writer's memory, which the result keeps alive. A
-    // rewrite made in place (Exiv2 patches a TIFF whose tags fit) is still in the encoder's
-    // bytes, which are then kept too.
-    Exiv2::BasicIo &io = out->io();
-    const long size = io.size();
-    const char *data = reinterpret_cast<const char *>(io.mmap());
-    if (!data && size > 0)
-      throw std::runtime_error("the rewritten file cannot be read back");
-    const QByteArrayView before = encoded->bytes();
-    const bool inPlace = std::greater_equal<>()(data, before.data()) &&
-                         std::less<>()(data, before.data() + before.size());
-    auto owner = std::make_shared<std::pair<std::shared_ptr<Exiv2::Image>, EncodedFile>>(
-        std::move(out), inPlace ? *encoded : EncodedFile());
-    *encoded = EncodedFile(owner, data, qsizetype(size));
+    rewrite(encoded, exif, iptc, xmp, options.colourProfile);
     return true;
   } catch (const std::exception &error) {
     if (reason)
       *reason = QString::fromLocal8Bit(error.what());
-    return false;
   }
+  // Metadata the output's format cannot take does not cost the photo its colours.
+  if (carried && !options.colourProfile.isEmpty()) {
+    try {
+      rewrite(encoded, Exiv2::ExifData(), Exiv2::IptcData(), Exiv2::XmpData(),
+              options.colourProfile);
+    } catch (const std::exception &) {
+    }
+  }
+  return false;
 }
 
 QString readValue(const QString &path, const QString &key) {
@@ -170,6 +203,17 @@ QString readValue(const QString &path, const QString &key) {
   } catch (const std::exception &) {
   }
   return {};
+}
+
+QByteArray readColourProfile(const QString &path) {
+  ensureExiv2Initialized();
+  try {
+    auto image = Exiv2::ImageFactory::open(nativePath(path));
+    image->readMetadata();
+    return Exiv2Compat::iccProfile(*image);
+  } catch (const std::exception &) {
+    return {};
+  }
 }
 
 } // namespace platform::MetadataCopy

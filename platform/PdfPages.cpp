@@ -25,6 +25,34 @@ std::string number(double value) {
   return text;
 }
 
+// The number of components an ICC profile describes, from its header's colour space; 0 for a
+// space a page picture cannot be in.
+int profileComponents(const QByteArray &profile) {
+  if (profile.size() < 128)
+    return 0;
+  const QByteArray space = profile.mid(16, 4);
+  if (space == "RGB ")
+    return 3;
+  if (space == "GRAY")
+    return 1;
+  return 0;
+}
+
+QPDFObjectHandle colourSpace(QPDF &pdf, const JpegPicture &picture) {
+  const char *device = picture.components == 1 ? "/DeviceGray" : "/DeviceRGB";
+  if (profileComponents(picture.colourProfile) != picture.components)
+    return QPDFObjectHandle::newName(device);
+  // Written as it stands; the writer compresses it with the rest of the document.
+  QPDFObjectHandle profile = QPDFObjectHandle::newStream(
+      &pdf, std::string(picture.colourProfile.constData(), size_t(picture.colourProfile.size())));
+  profile.getDict().replaceKey("/N", QPDFObjectHandle::newInteger(picture.components));
+  profile.getDict().replaceKey("/Alternate", QPDFObjectHandle::newName(device));
+  QPDFObjectHandle space = QPDFObjectHandle::newArray();
+  space.appendItem(QPDFObjectHandle::newName("/ICCBased"));
+  space.appendItem(profile);
+  return space;
+}
+
 } // namespace
 
 bool appendJpegPage(const QString &pdfPath, const QString &outputPath, const JpegPicture &picture,
@@ -52,9 +80,7 @@ bool appendJpegPage(const QString &pdfPath, const QString &outputPath, const Jpe
     imageDict.replaceKey("/Subtype", QPDFObjectHandle::newName("/Image"));
     imageDict.replaceKey("/Width", QPDFObjectHandle::newInteger(picture.width));
     imageDict.replaceKey("/Height", QPDFObjectHandle::newInteger(picture.height));
-    imageDict.replaceKey(
-        "/ColorSpace",
-        QPDFObjectHandle::newName(picture.components == 1 ? "/DeviceGray" : "/DeviceRGB"));
+    imageDict.replaceKey("/ColorSpace", colourSpace(pdf, picture));
     imageDict.replaceKey("/BitsPerComponent", QPDFObjectHandle::newInteger(8));
     imageDict.replaceKey("/Filter", QPDFObjectHandle::newName("/DCTDecode"));
 
@@ -106,6 +132,29 @@ int pageCount(const QString &pdfPath) {
   } catch (const std::exception &) {
     return -1;
   }
+}
+
+QByteArray pagePictureProfile(const QString &pdfPath, int pageIndex) {
+  try {
+    const std::string name = nativePath(pdfPath);
+    QPDF pdf;
+    pdf.setSuppressWarnings(true);
+    pdf.processFile(name.c_str());
+    const std::vector<QPDFPageObjectHelper> pages = QPDFPageDocumentHelper(pdf).getAllPages();
+    if (pageIndex < 0 || size_t(pageIndex) >= pages.size())
+      return {};
+    for (auto &[key, image] : QPDFPageObjectHelper(pages[size_t(pageIndex)]).getImages()) {
+      QPDFObjectHandle space = image.getDict().getKey("/ColorSpace");
+      if (!space.isArray() || space.getArrayNItems() != 2 ||
+          !space.getArrayItem(0).isNameAndEquals("/ICCBased") || !space.getArrayItem(1).isStream())
+        continue;
+      const std::shared_ptr<Buffer> data = space.getArrayItem(1).getStreamData();
+      return QByteArray(reinterpret_cast<const char *>(data->getBuffer()),
+                        qsizetype(data->getSize()));
+    }
+  } catch (const std::exception &) {
+  }
+  return {};
 }
 
 } // namespace platform::PdfPages

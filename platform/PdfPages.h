@@ -14,6 +14,9 @@ struct JpegPicture {
   int components = 3; // 1 grey, 3 RGB
   double dpiX = 72;   // the page measures the picture at this resolution
   double dpiY = 72;
+  // The ICC profile the picture's colours are in, given to the page as an ICC-based colour
+  // space; empty, or not of the picture's components: device RGB or grey.
+  QByteArray colourProfile;
 };
 
 // Reads the document at pdfPath when one exists (else starts an empty one), appends one page
@@ -24,5 +27,10 @@ bool appendJpegPage(const QString &pdfPath, const QString &outputPath, const Jpe
 
 // Test and diagnosis helper: the number of pages, or -1 when the file is no readable PDF.
 int pageCount(const QString &pdfPath);
+
+// Test and diagnosis helper: the ICC profile of the colour space of the picture on page
+// pageIndex (from 0); empty when the picture's colour space is not ICC-based or the page
+// has no picture.
+QByteArray pagePictureProfile(const QString &pdfPath, int pageIndex);
 
 } // namespace platform::PdfPages

@@ -183,7 +183,8 @@ ImageWriter::StillPlan ImageWriter::stillPlan(const QString &newPath, int repTyp
 ImageWriter::Bitmap ImageWriter::bitmapForWriting(const VImage &image,
                                                   const QVariantMap &properties) {
   Bitmap b;
-  b.bitmap = Utils::sharedUtils().getCgiImageRef(image);
+  // At the photo's depth: TIFF and PNG keep 16 bits; each encoder takes what its format holds.
+  b.bitmap = Utils::toRgbKeepingDepth(image).value_or(image);
   b.properties = properties;
   b.orientation = b.properties.value(QStringLiteral("Orientation")).toInt();
   if (b.orientation != 0 && !AppDelegate::shared()->isAUTO_CORRECT_ORIENTATION) {
@@ -309,6 +310,7 @@ bool ImageWriter::saveImageUsingImageMagick(const VImage &image, const QString &
     picture.width = page.width();
     picture.height = page.height();
     picture.components = 3;
+    picture.colourProfile = Utils::embeddedProfile(page);
     // A JPEG source already upright and at its own size goes into the page unchanged.
     const QString sourceExtension = photo.fileExtension.toLower();
     const int orientation = properties.value(QStringLiteral("Orientation"), 1).toInt();
@@ -370,6 +372,7 @@ QString ImageWriter::createSinglePagePdfDocAtPath(const QString &folder, const V
     g_free(buffer);
     picture.width = page.width();
     picture.height = page.height();
+    picture.colourProfile = Utils::embeddedProfile(page);
   } catch (const vips::VError &) {
     return QString();
   }

@@ -1,0 +1,267 @@
+// Outputs look like their sources, through `quillmere run`: the photo's ICC profile goes into
+// every format that can hold one with the pixels untouched, GIF and BMP get their pixels
+// converted to sRGB, a PDF page gets an ICC-based colour space, and 16-bit photos stay 16-bit
+// in TIFF and PNG.
+#include "tests/support/TestEnv.h"
+
+#include "platform/MetadataCopy.h"
+#include "platform/PdfPages.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+#include <vips/vips8>
+
+using vips::VImage;
+
+namespace {
+
+const char kP3Photo[] = "heic/IMG_5195.HEIC";
+
+VImage load(const QString &path) {
+  return VImage::new_from_file(QFile::encodeName(path).constData());
+}
+
+// The ICC profile libvips finds attached to a decoded image; empty when none.
+QByteArray attachedProfile(const VImage &image) {
+  if (image.get_typeof(VIPS_META_ICC_NAME) == 0)
+    return {};
+  size_t size = 0;
+  const void *data = image.get_blob(VIPS_META_ICC_NAME, &size);
+  return QByteArray(static_cast<const char *>(data), qsizetype(size));
+}
+
+// The mean of each colour band, in 8-bit levels whatever the depth.
+std::vector<double> colourMeans(const VImage &image) {
+  const double scale = image.format() == VIPS_FORMAT_USHORT ? 257.0 : 1.0;
+  std::vector<double> means;
+  for (int band = 0; band < 3; ++band)
+    means.push_back(image.extract_band(band).avg() / scale);
+  return means;
+}
+
+double largestDifference(const std::vector<double> &a, const std::vector<double> &b) {
+  double largest = 0;
+  for (size_t i = 0; i < a.size() && i < b.size(); ++i)
+    largest = std::max(largest, std::abs(a[i] - b[i]));
+  return largest;
+}
+
+// The mean difference of two pictures of the same size, in 8-bit levels, once both are
+// averaged over blocks of 16 x 16 pixels: a GIF's dithering evens out, a colour shift stays.
+double blockDifference(const VImage &a, const VImage &b) {
+  const auto blocks = [](const VImage &image) {
+    return image.extract_band(0, VImage::option()->set("n", 3))
+        .cast(VIPS_FORMAT_FLOAT)
+        .shrink(16, 16);
+  };
+  return (blocks(a) - blocks(b)).abs().avg();
+}
+
+// Text inside a profile's 'desc' or 'mluc' tag, which version 4 profiles store in UTF-16.
+bool profileNames(const QByteArray &profile, const QString &name) {
+  QByteArray utf16;
+  for (const QChar c : name) {
+    utf16.append(char(c.unicode() >> 8));
+    utf16.append(char(c.unicode() & 0xFF));
+  }
+  return profile.contains(utf16) || profile.contains(name.toLatin1());
+}
+
+// The one file the run wrote into folder.
+QString onlyOutput(const QString &folder) {
+  const QStringList files = QDir(folder).entryList(QDir::Files);
+  return files.size() == 1 ? folder + "/" + files.first() : QString();
+}
+
+// Runs `quillmere run` over the photos in `in`, written as format into `out`.
+void convert(const QString &in, const QString &out, const QString &format) {
+  // libimagequant, under libvips' GIF encoder, keeps a buffer to the end of a large photo's
+  // run: the run is judged with the suite's leak suppressions, whatever environment it got.
+  if (qEnvironmentVariableIsEmpty("LSAN_OPTIONS"))
+    qputenv("LSAN_OPTIONS", QFile::encodeName("suppressions=" + testenv::dataDir() +
+                                              "/../lsan.supp:print_suppressions=0"));
+  const testenv::ProcessResult result =
+      testenv::runQuillmere({"run", "--yes", "--copy", out, "--format", format, in});
+  ASSERT_EQ(result.exitCode, 0) << result.out.toStdString() << result.err.toStdString();
+}
+
+// The P3 sample decoded once for every case.
+struct P3Source {
+  // libvips 8.14's HEIF loader keeps the profile in the file's own image: it stays open.
+  VImage file;
+  QByteArray profile;
+  VImage pixels; // the P3 numbers as they stand
+  VImage srgb;   // the same colours as sRGB numbers
+  std::vector<double> means;
+  std::vector<double> srgbMeans;
+};
+
+const P3Source &p3Source() {
+  static const P3Source source = [] {
+    P3Source s;
+    s.file = load(testenv::photosDir() + "/" + kP3Photo);
+    s.pixels = s.file.copy_memory();
+    s.profile = attachedProfile(s.pixels);
+    s.means = colourMeans(s.pixels);
+    s.srgb =
+        s.pixels.icc_transform("srgb", VImage::option()->set("embedded", true)->set("depth", 8));
+    s.srgbMeans = colourMeans(s.srgb);
+    return s;
+  }();
+  return source;
+}
+
+class ColourTest : public ::testing::Test {
+protected:
+  void SetUp() override {
+    ASSERT_TRUE(dir.isValid());
+    in = dir.filePath("in");
+    out = dir.filePath("out");
+    QDir().mkpath(in);
+  }
+  QTemporaryDir dir;
+  QString in;
+  QString out;
+};
+
+TEST_F(ColourTest, TheSampleIsDisplayP3AndFarFromSrgb) {
+  const P3Source &source = p3Source();
+  ASSERT_FALSE(source.profile.isEmpty());
+  EXPECT_TRUE(profileNames(source.profile, "Display P3"));
+  // Otherwise the cases below could not tell converted pixels from untouched ones.
+  EXPECT_GT(blockDifference(source.pixels, source.srgb), 2.0);
+}
+
+// --- Formats that hold a profile: the profile travels, the pixels stay the source's ---
+
+class ProfileKept : public ColourTest, public ::testing::WithParamInterface<const char *> {};
+
+TEST_P(ProfileKept, OutputCarriesDisplayP3AndTheSourcePixels) {
+  ASSERT_FALSE(testenv::copyPhoto(kP3Photo, in).isEmpty());
+  convert(in, out, GetParam());
+  const QString output = onlyOutput(out);
+  ASSERT_FALSE(output.isEmpty());
+  const P3Source &source = p3Source();
+  EXPECT_EQ(platform::MetadataCopy::readColourProfile(output), source.profile);
+  const VImage written = load(output);
+  // libvips reads the profile back too, except from JPEG 2000 where it leaves it unread.
+  if (!output.endsWith(".jp2"))
+    EXPECT_EQ(attachedProfile(written), source.profile);
+  EXPECT_EQ(written.format(), VIPS_FORMAT_UCHAR);
+  EXPECT_LE(largestDifference(colourMeans(written), source.means), 1.0);
+  EXPECT_LT(blockDifference(written, source.pixels), 1.0);
+}
+
+INSTANTIATE_TEST_SUITE_P(Formats, ProfileKept, ::testing::Values("jpg", "png", "tif", "jp2"),
+                         [](const auto &info) { return std::string(info.param); });
+
+// --- Formats without a profile: the colours are brought to sRGB ---
+
+class ConvertedToSrgb : public ColourTest, public ::testing::WithParamInterface<const char *> {};
+
+TEST_P(ConvertedToSrgb, MeanColourIsTheSourcesInSrgb) {
+  ASSERT_FALSE(testenv::copyPhoto(kP3Photo, in).isEmpty());
+  convert(in, out, GetParam());
+  const QString output = onlyOutput(out);
+  ASSERT_FALSE(output.isEmpty());
+  VImage written = load(output);
+  if (written.bands() < 3)
+    written = written.colourspace(VIPS_INTERPRETATION_sRGB);
+  EXPECT_LE(largestDifference(colourMeans(written), p3Source().srgbMeans), 2.0);
+  EXPECT_LT(blockDifference(written, p3Source().srgb), 1.5);
+  EXPECT_TRUE(platform::MetadataCopy::readColourProfile(output).isEmpty());
+}
+
+INSTANTIATE_TEST_SUITE_P(Formats, ConvertedToSrgb, ::testing::Values("gif", "bmp"),
+                         [](const auto &info) { return std::string(info.param); });
+
+TEST_F(ColourTest, PdfPagePictureHasAnIccBasedColourSpace) {
+  ASSERT_FALSE(testenv::copyPhoto(kP3Photo, in).isEmpty());
+  convert(in, out, "pdf");
+  const QString output = onlyOutput(out);
+  ASSERT_TRUE(output.endsWith(".pdf")) << output.toStdString();
+  EXPECT_EQ(platform::PdfPages::pagePictureProfile(output, 0), p3Source().profile);
+}
+
+// A photo without a profile is sRGB: nothing is embedded and nothing converted.
+TEST_F(ColourTest, PhotoWithoutProfileGetsNoneAndKeepsItsColours) {
+  const QString source = testenv::copyPhoto("jpg/Canon_PowerShot_S40.jpg", in);
+  ASSERT_FALSE(source.isEmpty());
+  ASSERT_TRUE(attachedProfile(load(source)).isEmpty());
+  const std::vector<double> means = colourMeans(load(source));
+  for (const char *format : {"png", "gif"}) {
+    SCOPED_TRACE(format);
+    const QString folder = out + "/" + format;
+    convert(in, folder, format);
+    const QString output = onlyOutput(folder);
+    ASSERT_FALSE(output.isEmpty());
+    EXPECT_TRUE(platform::MetadataCopy::readColourProfile(output).isEmpty());
+    EXPECT_LE(largestDifference(colourMeans(load(output)), means), 2.0);
+  }
+}
+
+// --- 16-bit photos ---
+
+struct DepthRow {
+  const char *source; // the 16-bit photo's format
+  const char *output;
+};
+
+void PrintTo(const DepthRow &row, std::ostream *os) {
+  *os << row.source << " to " << row.output;
+}
+
+// A 16-bit RGB photo in the P3 space whose low bytes matter: a trip through 8 bits would change
+// every pixel.
+VImage makeSixteenBitPhoto(const QString &path) {
+  const VImage photo = load(testenv::photosDir() + "/jpg/Canon_PowerShot_S40.jpg");
+  VImage sixteen = (photo.cast(VIPS_FORMAT_USHORT) * 257 + 77)
+                       .cast(VIPS_FORMAT_USHORT)
+                       .copy(VImage::option()->set("interpretation", VIPS_INTERPRETATION_RGB16));
+  const QByteArray &profile = p3Source().profile;
+  sixteen.set(VIPS_META_ICC_NAME, nullptr, const_cast<char *>(profile.constData()),
+              size_t(profile.size()));
+  sixteen.write_to_file(QFile::encodeName(path).constData());
+  return load(path);
+}
+
+class SixteenBit : public ColourTest, public ::testing::WithParamInterface<DepthRow> {};
+
+TEST_P(SixteenBit, StaysSixteenBitWithItsProfile) {
+  const DepthRow row = GetParam();
+  const VImage source = makeSixteenBitPhoto(in + "/scan." + row.source);
+  ASSERT_EQ(source.format(), VIPS_FORMAT_USHORT);
+  convert(in, out, row.output);
+  const QString output = onlyOutput(out);
+  ASSERT_FALSE(output.isEmpty());
+  const VImage written = load(output);
+  EXPECT_EQ(written.format(), VIPS_FORMAT_USHORT);
+  ASSERT_EQ(written.bands(), 3);
+  EXPECT_EQ((written - source).abs().max(), 0.0);
+  EXPECT_EQ(platform::MetadataCopy::readColourProfile(output), p3Source().profile);
+}
+
+INSTANTIATE_TEST_SUITE_P(Formats, SixteenBit,
+                         ::testing::Values(DepthRow{"tif", "tif"}, DepthRow{"tif", "png"},
+                                           DepthRow{"png", "tif"}, DepthRow{"png", "png"}),
+                         [](const auto &info) {
+                           return std::string(info.param.source) + "_to_" +
+                                  std::string(info.param.output);
+                         });
+
+TEST_F(ColourTest, SixteenBitPhotoGetsEightBitsOfTheSameColoursInJpeg) {
+  const VImage source = makeSixteenBitPhoto(in + "/scan.tif");
+  convert(in, out, "jpg");
+  const QString output = onlyOutput(out);
+  ASSERT_FALSE(output.isEmpty());
+  const VImage written = load(output);
+  EXPECT_EQ(written.format(), VIPS_FORMAT_UCHAR);
+  EXPECT_LE(largestDifference(colourMeans(written), colourMeans(source)), 1.0);
+  EXPECT_EQ(platform::MetadataCopy::readColourProfile(output), p3Source().profile);
+}
+
+} // namespace
