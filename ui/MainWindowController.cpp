@@ -8,9 +8,7 @@
 #include "ui/Sheet.h"
 #include "ui/Theme.h"
 
-
 #include <QApplication>
-#include <QButtonGroup>
 #include <QCloseEvent>
 #include <QDir>
 #include <QFileInfo>
@@ -174,10 +172,7 @@ void MainWindowController::buildTitleBar() {
     button->setFixedHeight(Theme::controlHeight + 2);
     row->addWidget(button);
   }
-  screenButtons_ = new QButtonGroup(this);
-  screenButtons_->setExclusive(true);
-  screenButtons_->addButton(btnAddPhotos_, 0);
-  screenButtons_->addButton(btnSetup_, 1);
+  // Not an exclusive button group: that would take the unchecked one out of the Tab chain.
   connect(btnAddPhotos_, &QToolButton::clicked, this, [this] { btnAddPhotosTapped(); });
   connect(btnSetup_, &QToolButton::clicked, this, [this] { btnSetupTapped(); });
   row->addStretch(1);

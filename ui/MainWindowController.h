@@ -8,7 +8,6 @@
 #include <QWidget>
 
 class AddPhotosVC;
-class QButtonGroup;
 class QFrame;
 class QLabel;
 class QStackedWidget;
@@ -127,7 +126,6 @@ private:
   QLabel *titleLabel_ = nullptr;
   QToolButton *btnAddPhotos_ = nullptr;
   QToolButton *btnSetup_ = nullptr;
-  QButtonGroup *screenButtons_ = nullptr;
   QToolButton *btnMinimizeWindow_ = nullptr;
   QToolButton *btnZoomWindow_ = nullptr;
   QToolButton *btnCloseWindow_ = nullptr;
