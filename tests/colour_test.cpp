@@ -187,6 +187,27 @@ TEST_F(ColourTest, PdfPagePictureHasAnIccBasedColourSpace) {
   EXPECT_EQ(platform::PdfPages::pagePictureProfile(output, 0), p3Source().profile);
 }
 
+// A JPEG in P3, as phones write them: the JPEG keeps the profile, and so does the PDF page,
+// which takes the JPEG's own bytes.
+TEST_F(ColourTest, JpegWithProfileKeepsItInJpegAndPdf) {
+  VImage photo = load(testenv::photosDir() + "/jpg/Canon_PowerShot_S40.jpg").copy();
+  const QByteArray &profile = p3Source().profile;
+  photo.set(VIPS_META_ICC_NAME, nullptr, const_cast<char *>(profile.constData()),
+            size_t(profile.size()));
+  photo.jpegsave(QFile::encodeName(in + "/phone.jpg").data());
+  for (const char *format : {"jpg", "pdf"}) {
+    SCOPED_TRACE(format);
+    const QString folder = out + "/" + format;
+    convert(in, folder, format);
+    const QString output = onlyOutput(folder);
+    ASSERT_FALSE(output.isEmpty());
+    if (output.endsWith(".pdf"))
+      EXPECT_EQ(platform::PdfPages::pagePictureProfile(output, 0), profile);
+    else
+      EXPECT_EQ(platform::MetadataCopy::readColourProfile(output), profile);
+  }
+}
+
 // A photo without a profile is sRGB: nothing is embedded and nothing converted.
 TEST_F(ColourTest, PhotoWithoutProfileGetsNoneAndKeepsItsColours) {
   const QString source = testenv::copyPhoto("jpg/Canon_PowerShot_S40.jpg", in);
