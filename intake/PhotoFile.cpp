@@ -4,10 +4,15 @@
 #include "imaging/Utils.h"
 #include "intake/ImageFileInfo.h"
 #include "intake/IntakeLog.h"
+#include "metadata/ExifInfo.h"
+#include "platform/Files.h"
 #include "platform/PathText.h"
 
 #include <QFile>
 #include <QFileInfo>
+
+#include <array>
+#include <mutex>
 
 Q_LOGGING_CATEGORY(lcIntake, "quillmere.intake")
 
@@ -156,4 +161,35 @@ std::shared_ptr<PhotoFile> PhotoFile::initWithFileUrl(const QString &path, bool 
       photo->height = h;
   }
   return photo;
+}
+
+namespace {
+
+// The kept capture dates are guarded by a few locks shared out by record, rather than one
+// lock per record: a million photos cost no mutex each.
+std::mutex &captureDateLock(const void *record) {
+  static std::array<std::mutex, 64> locks;
+  return locks[(reinterpret_cast<quintptr>(record) >> 4) % locks.size()];
+}
+
+} // namespace
+
+QDateTime PhotoFile::captureDateOfFile() const {
+  const platform::Files::Stamp stamp = platform::Files::stampOfFile(filePath);
+  {
+    const std::lock_guard<std::mutex> lock(captureDateLock(this));
+    if (stamp.exists && captureDateSize_ == stamp.size &&
+        captureDateModifiedNs_ == stamp.modifiedNs)
+      return captureDate_;
+  }
+  // Read outside the lock: reading takes long, and two readers of one record agree.
+  const std::shared_ptr<ExifInfo> exif = ExifInfo::initWithFile(filePath);
+  const QDateTime date = exif ? exif->captureDate : QDateTime();
+  if (stamp.exists) {
+    const std::lock_guard<std::mutex> lock(captureDateLock(this));
+    captureDateSize_ = stamp.size;
+    captureDateModifiedNs_ = stamp.modifiedNs;
+    captureDate_ = date;
+  }
+  return date;
 }

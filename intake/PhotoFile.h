@@ -34,6 +34,17 @@ public:
   bool isIphotosNode = false;
   qint32 processStatus = 0; // 0 not processed, 1 processed, 2 error, 3 skipped
   QString processInfoMessage;
+
+  // The capture date in the file's EXIF (invalid when it has none), for the taken-date
+  // stamp. Read once and kept with the file's size and modification time: a later call reads
+  // the file again only when either has changed, so a preview pass does not open every photo
+  // again. Safe to call from several threads.
+  QDateTime captureDateOfFile() const;
+
+private:
+  mutable qint64 captureDateSize_ = -1; // -1: not read yet
+  mutable qint64 captureDateModifiedNs_ = 0;
+  mutable QDateTime captureDate_;
 };
 
 namespace intake {

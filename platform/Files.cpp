@@ -106,6 +106,18 @@ bool FolderProbe::exists(const QString &name) const {
 }
 
 // Symbolic links are followed: the caller wants the photo, not the link.
+Stamp stampOfFile(const QString &path) {
+  Stamp stamp;
+  struct statx info {};
+  if (path.isEmpty() ||
+      ::statx(AT_FDCWD, encoded(path).constData(), 0, STATX_SIZE | STATX_MTIME, &info) != 0)
+    return stamp;
+  stamp.exists = true;
+  stamp.size = qint64(info.stx_size);
+  stamp.modifiedNs = qint64(info.stx_mtime.tv_sec) * 1000000000 + info.stx_mtime.tv_nsec;
+  return stamp;
+}
+
 Attributes attributesOfItem(const QString &path) {
   Attributes attributes;
   if (path.isEmpty())

@@ -30,6 +30,16 @@ bool fileExists(const QString &path);
 bool fileExists(const QString &path, bool *isDirectory);
 Attributes attributesOfItem(const QString &path);
 
+// What tells one version of a file's contents from another, cheaply: its size and its
+// modification time in nanoseconds. exists is false when the file cannot be looked at.
+struct Stamp {
+  bool exists = false;
+  qint64 size = 0;
+  qint64 modifiedNs = 0;
+  bool operator==(const Stamp &) const = default;
+};
+Stamp stampOfFile(const QString &path);
+
 // Existence tests of many names in one folder: the folder is looked up once and each name
 // relative to it, so a batch of thousands of photos from one card folder costs one walk of
 // the folder's path instead of one per photo. The answers are those of fileExists.

@@ -1,5 +1,4 @@
 #include "intake/PhotoFile.h"
-#include "metadata/ExifInfo.h"
 #include "rename/RenameEngine.h"
 #include "rename/RenameSettingsEditor.h"
 
@@ -12,13 +11,8 @@ QString RenameEngine::getUpdatedRenameStringForPhotoFile(const PhotoFile &photo,
   subject.filePath = photo.filePath;
   subject.fileCreationDate = photo.fileCreationDate;
   subject.fileModifiedDate = photo.fileModifiedDate;
-  if (rules_.needsTakenDate()) {
-    const QString path = photo.filePath;
-    subject.takenDate = [path] {
-      const std::shared_ptr<ExifInfo> exif = ExifInfo::initWithFile(path);
-      return exif ? exif->captureDate : QDateTime();
-    };
-  }
+  if (rules_.needsTakenDate())
+    subject.takenDate = [&photo] { return photo.captureDateOfFile(); };
   return newName(subject, index);
 }
 
