@@ -604,6 +604,13 @@ QWidget *ConvertFormatOrRenameView::buildPreviewSide() {
 // --- Binding ---
 
 void ConvertFormatOrRenameView::setupViewNotification() {
+  batchLine_->setText(batchLineText());
+  if (controller_.isPreviewRunning() && controller_.setting) {
+    // Opened twice in a row (the screen shows, then hears the user came from the batch):
+    // one pass after the running one covers both.
+    rebuildPending_ = true;
+    return;
+  }
   bound_ = false;
   proxy_->setPreviewFilesMode(PreviewAll);
   filterButtons_.first()->setChecked(true);
@@ -611,7 +618,6 @@ void ConvertFormatOrRenameView::setupViewNotification() {
   editor_.setSetting(controller_.setting);
   ++passesStarted_;
   rebuildPending_ = false;
-  batchLine_->setText(batchLineText());
   setupUIForUpdatedRenameSettingDictionary();
   bound_ = true;
   loadingDelay_->start();

@@ -1,14 +1,12 @@
 #include "ui/PreviewPathDelegate.h"
 
+#include "ui/Theme.h"
+
 #include <QApplication>
 #include <QPainter>
 #include <QPainterPath>
 
 namespace {
-
-bool isDark(const QPalette &palette) {
-  return palette.color(QPalette::Base).lightness() < 128;
-}
 
 // One run of text drawn in its own pen and, for a changed part, on a tinted ground.
 struct Run {
@@ -19,15 +17,14 @@ struct Run {
 } // namespace
 
 QColor statusColor(PreviewTableModel::StatusIcon icon, const QPalette &palette) {
-  const bool dark = isDark(palette);
   switch (icon) {
   case PreviewTableModel::IconReady:
   case PreviewTableModel::IconProcessed:
-    return dark ? QColor(0x5f, 0xc7, 0x7a) : QColor(0x1e, 0x8e, 0x3e);
+    return Theme::success();
   case PreviewTableModel::IconError:
-    return dark ? QColor(0xff, 0x6b, 0x6b) : QColor(0xc6, 0x28, 0x28);
+    return Theme::error();
   case PreviewTableModel::IconWarning:
-    return dark ? QColor(0xf5, 0xb9, 0x42) : QColor(0xb2, 0x6a, 0x00);
+    return Theme::warning();
   case PreviewTableModel::IconSkipped:
   case PreviewTableModel::IconPending:
     break;
@@ -185,7 +182,7 @@ void PreviewPathDelegate::paint(QPainter *painter, const QStyleOptionViewItem &o
   painter->setPen(folderColour);
   painter->drawText(QPoint(x, baseline), folderText);
   x += metrics.horizontalAdvance(folderText);
-  QColor changedGround = statusColor(PreviewTableModel::IconWarning, palette);
+  QColor changedGround = Theme::accent();
   changedGround.setAlphaF(selected ? 0.45f : 0.22f);
   for (const Run &run : runs) {
     const int width = metrics.horizontalAdvance(run.text);

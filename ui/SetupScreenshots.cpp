@@ -1,6 +1,183 @@
 #include "ui/ScreenshotTour.h"
 
-// The setup screen's pictures for the screenshot tour.
+#include "app/AppDelegate.h"
+#include "intake/PhotoFile.h"
+#include "processing/BatchRun.h"
+#include "rename/OutputOptionSettings.h"
+#include "ui/ConvertFormatOrRenameView.h"
+#include "ui/MainWindowController.h"
+#include "ui/SetupVC.h"
+#include "ui/Sheet.h"
+#include "ui/Theme.h"
+
+#include <QApplication>
+#include <QCheckBox>
+#include <QComboBox>
+#include <QDir>
+#include <QGroupBox>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QSemaphore>
+#include <QTemporaryDir>
+#include <QThread>
+
+namespace {
+
+SetupVC *setupScreen(ScreenshotTour &tour) {
+  return qobject_cast<SetupVC *>(tour.controller()->setupScreen());
+}
+
+template <class T> T *child(SetupVC *screen, const char *name) {
+  return screen ? screen->findChild<T *>(QLatin1String(name)) : nullptr;
+}
+
+void check(QAbstractButton *box, bool on) {
+  if (box && box->isChecked() != on)
+    box->click();
+}
+
+void check(QGroupBox *group, bool on) {
+  if (group && group->isChecked() != on)
+    group->setChecked(on);
+}
+
+bool previewSettled(SetupVC *screen) {
+  return screen && !screen->settingsView()->isPreviewBusy();
+}
+
+} // namespace
+
+// The setup screen's pictures: the rules at work, the errors filter, a run under way, the
+// abort sheet and the summary. Under QUILLMERE_THEME=dark the same pictures show the dark
+// palette, with "-dark" in their names.
 void setupScreenshotSteps(ScreenshotTour &tour) {
-  (void)tour;
+  const QString suffix = Theme::isDark() ? QStringLiteral("-dark") : QString();
+  // The outputs go to a folder of the tour's own; the run's photos wait for permits, so the
+  // run can be caught in progress.
+  auto output = std::make_shared<QTemporaryDir>();
+  auto permits = std::make_shared<QSemaphore>();
+
+  tour.addAction([&tour, output, permits] {
+    AppDelegate *delegate = tour.delegate();
+    QString folder = tour.photosFolder();
+    if (folder.isEmpty())
+      folder = QStringLiteral(QUILLMERE_RESOURCES_DIR "/../tests/data/photos");
+    QStringList files;
+    for (const QString &sub : {QStringLiteral("jpg"), QString()}) {
+      const QDir dir(sub.isEmpty() ? folder : folder + QLatin1Char('/') + sub);
+      for (const QFileInfo &entry :
+           dir.entryInfoList({QStringLiteral("*.jpg"), QStringLiteral("*.JPG")}, QDir::Files))
+        files.append(entry.filePath());
+    }
+    delegate->arraySelectedImagesToProcess.clear();
+    for (const QString &file : files.mid(0, 24))
+      delegate->arraySelectedImagesToProcess.append(PhotoFile::initWithFileUrl(file, false));
+    delegate->selectedOuputSettingObj = OutputOptionSettings::initWithDefaults();
+    delegate->selectedOuputSettingObj->outputFolderPath = output->path();
+    delegate->selectedOuputSettingObj->openOutputFolderAfterProcessing = false;
+    tour.controller()->btnNextFromAddPhotosVcTapped();
+  });
+
+  tour.addStep(
+      QStringLiteral("setup-rules") + suffix,
+      [&tour] {
+        SetupVC *screen = setupScreen(tour);
+        if (!screen)
+          return;
+        check(child<QRadioButton>(screen, "modifyNamesRadio"), true);
+        check(child<QGroupBox>(screen, "ruleReplaceFilename"), true);
+        if (auto *name = child<QLineEdit>(screen, "newNameField"))
+          name->setText(QStringLiteral("Lisbon"));
+        check(child<QGroupBox>(screen, "ruleDateTimeStamp"), true);
+        if (auto *format = child<QComboBox>(screen, "dateFormatList")) {
+          format->setCurrentIndex(3);
+          Q_EMIT format->activated(3);
+        }
+        check(child<QGroupBox>(screen, "ruleAddDigit"), true);
+        if (auto *start = child<QLineEdit>(screen, "startingIndexField"))
+          start->setText(QStringLiteral("1"));
+        if (auto *step = child<QLineEdit>(screen, "incrementField"))
+          step->setText(QStringLiteral("1"));
+        check(child<QCheckBox>(screen, "ruleLowerCaseExtension"), true);
+      },
+      [&tour] { return previewSettled(setupScreen(tour)); });
+
+  tour.addStep(
+      QStringLiteral("setup-preview-errors") + suffix,
+      [&tour] {
+        SetupVC *screen = setupScreen(tour);
+        // Without the number, every photo taken the same day gets the same name.
+        check(child<QGroupBox>(screen, "ruleAddDigit"), false);
+      },
+      [&tour] { return previewSettled(setupScreen(tour)); });
+  tour.addStep(
+      QStringLiteral("setup-preview-errors-filtered") + suffix,
+      [&tour] {
+        if (auto *errors = child<QPushButton>(setupScreen(tour), "filterErrorsButton"))
+          errors->click();
+      },
+      [&tour] { return previewSettled(setupScreen(tour)); });
+
+  tour.addAction(
+      [&tour] {
+        SetupVC *screen = setupScreen(tour);
+        check(child<QGroupBox>(screen, "ruleAddDigit"), true);
+        if (auto *all = child<QPushButton>(screen, "filterAllButton"))
+          all->click();
+      },
+      [&tour] { return previewSettled(setupScreen(tour)); });
+
+  tour.addStep(
+      QStringLiteral("setup-run-in-progress") + suffix,
+      [&tour, permits] {
+        SetupVC *screen = setupScreen(tour);
+        if (!screen)
+          return;
+        screen->batchRun().logLine = [permits](const QString &line) {
+          if (line.startsWith(QLatin1String("backing scale factor")) &&
+              QThread::currentThread() != qApp->thread())
+            permits->acquire();
+        };
+        permits->release(9);
+        if (auto *start = child<QPushButton>(screen, "startButton"))
+          start->click();
+      },
+      [&tour] {
+        SetupVC *screen = setupScreen(tour);
+        return screen && screen->batchRun().counterTotalProgressedFiles >= 9;
+      });
+
+  tour.addStep(
+      QStringLiteral("setup-abort-sheet") + suffix,
+      [&tour] {
+        if (SetupVC *screen = setupScreen(tour))
+          screen->stopButton()->click();
+      },
+      [&tour] {
+        SetupVC *screen = setupScreen(tour);
+        return screen && screen->currentSheet();
+      });
+
+  tour.addStep(
+      QStringLiteral("setup-summary") + suffix,
+      [&tour, permits] {
+        SetupVC *screen = setupScreen(tour);
+        if (!screen)
+          return;
+        if (Sheet *sheet = screen->currentSheet())
+          sheet->press(1); // Yes
+        permits->release(1000);
+      },
+      [&tour] {
+        SetupVC *screen = setupScreen(tour);
+        return screen && screen->currentPage() == SetupVC::SummaryPage;
+      });
+
+  tour.addAction([&tour, permits] {
+    if (SetupVC *screen = setupScreen(tour)) {
+      screen->batchRun().logLine = nullptr;
+      screen->performBackOnSummaryAction();
+    }
+  });
 }

@@ -206,6 +206,23 @@ TEST_F(SetupScreen, TypingIntoABusyPreviewQueuesOnePassNotOnePerKey) {
   EXPECT_EQ(find<QLineEdit>("newNameField")->text(), QStringLiteral("Holidays24"));
 }
 
+// The taken date is read once per photo and kept, until the file itself changes.
+TEST_F(SetupScreen, TakenDateStampFollowsAReplacedFile) {
+  open(1);
+  modifyNames();
+  check(find<QGroupBox>("ruleDateTimeStamp")); // "Taken(Original)" by default
+  chooseInList("dateFormatList", QStringLiteral("DD-MM-YYYY"));
+  settle();
+  EXPECT_TRUE(newPath(0).contains(QStringLiteral("17-08-2006"))) << qPrintable(newPath(0));
+
+  const QString photo = src + "/IMG_100.jpg";
+  ASSERT_TRUE(QFile::remove(photo));
+  testenv::copyPhoto("jpg/Canon_40D.jpg", src, "IMG_100.jpg");
+  check(find<QCheckBox>("ruleLowerCaseExtension")); // any edit: a new pass
+  settle();
+  EXPECT_TRUE(newPath(0).contains(QStringLiteral("30-05-2008"))) << qPrintable(newPath(0));
+}
+
 TEST_F(SetupScreen, DuplicatesShowAsErrorsAndTheFilterListsThem) {
   open(3);
   QAbstractItemModelTester proxyTester(view()->previewProxy(),
