@@ -195,10 +195,6 @@ TEST(SharedCatalogue, OffersWorkingFiltersWithPicturesFromTheResource) {
   const FiltersList &shared = FiltersList::sharedFiltersList();
   EXPECT_EQ(names(shared.filterCategoriesExcludingDupes),
             (QStringList{kStylize, kDistortion, kBlur}));
-  EXPECT_EQ(names(shared.filterCategories.at(0)->filterRecordsWithNoDuplicates),
-            (QStringList{"CIBloom", "CICrystallize", "CIEdges", "CIPixellate", "CIPointillize"}));
-  EXPECT_EQ(names(shared.filterCategories.at(2)->filterRecordsWithNoDuplicates),
-            (QStringList{"CIGaussianBlur", "CIMotionBlur", "CIZoomBlur"}));
 
   const vips::VImage photo =
       vips::VImage::new_from_file(
