@@ -1,6 +1,7 @@
 #include "app/AppDelegate.h"
 
 #include "platform/Files.h"
+#include "platform/LibraryLog.h"
 #include "platform/Preferences.h"
 #include "platform/StandardFolders.h"
 #include "platform/SystemInfo.h"
@@ -26,7 +27,10 @@ constexpr qint64 kLaunchesBeforeRating = 6;
 
 } // namespace
 
-AppDelegate::AppDelegate(QObject *parent) : QObject(parent) {}
+AppDelegate::AppDelegate(QObject *parent) : QObject(parent) {
+  // Whatever the face, libvips' and GLib's warnings go to the debug log, never raw to the user.
+  platform::LibraryLog::routeLibraryWarnings();
+}
 
 AppDelegate::~AppDelegate() = default;
 

@@ -11,6 +11,7 @@
 #include "rename/OutputOptionSettings.h"
 #include "rename/OutputPhotoPath.h"
 
+#include <QCoreApplication>
 #include <QEventLoop>
 #include <QHash>
 #include <QSet>
@@ -214,6 +215,8 @@ QThreadPool *previewQueue() {
   static QThreadPool *const queue = [] {
     auto *pool = new QThreadPool;
     pool->setMaxThreadCount(1);
+    // A pass still running when the application quits ends before the libraries shut down.
+    qAddPostRoutine([] { previewQueue()->waitForDone(); });
     return pool;
   }();
   return queue;
