@@ -1,6 +1,7 @@
 #include "ui/AddPhotosPictures.h"
 
-#include <QFile>
+#include "ui/Theme.h"
+
 #include <QPainter>
 #include <QPainterPath>
 #include <QPalette>
@@ -10,21 +11,11 @@ namespace AddPhotosPictures {
 
 namespace {
 
-QString resourcePath(const QString &name) {
+QString baseName(const QString &name) {
   QString base = name;
   if (base.endsWith(QLatin1String(".png")) || base.endsWith(QLatin1String(".svg")))
     base.chop(4);
-  static const QStringList folders = {QStringLiteral(":/icons/"), QStringLiteral(":/"),
-                                      QStringLiteral(":/icons/addphotos/"),
-                                      QStringLiteral(":/images/")};
-  static const QStringList suffixes = {QStringLiteral(".svg"), QStringLiteral(".png")};
-  for (const QString &folder : folders)
-    for (const QString &suffix : suffixes) {
-      const QString path = folder + base + suffix;
-      if (QFile::exists(path))
-        return path;
-    }
-  return {};
+  return base;
 }
 
 // The not-available picture drawn by hand: a photo frame crossed out.
@@ -60,30 +51,24 @@ QImage drawnFill(int percent) {
 } // namespace
 
 bool exists(const QString &name) {
-  return !resourcePath(name).isEmpty();
+  return !Theme::picture(baseName(name), QSize(8, 8)).isNull();
 }
 
 QImage image(const QString &name) {
-  const QString path = resourcePath(name);
-  if (!path.isEmpty()) {
-    QImage loaded(path);
-    if (!loaded.isNull())
-      return loaded;
-  }
+  const QPixmap drawn = Theme::picture(baseName(name), QSize(256, 256));
+  if (!drawn.isNull())
+    return drawn.toImage();
   if (name.startsWith(QLatin1String("not_av_big")))
     return drawnNotAvailable();
-  if (name.startsWith(QLatin1String("fill_"))) {
-    QString digits = name.mid(5);
-    digits.remove(QLatin1String(".png"));
-    return drawnFill(digits.toInt());
-  }
+  if (name.startsWith(QLatin1String("fill_")))
+    return drawnFill(baseName(name).mid(5).toInt());
   return {};
 }
 
 QIcon icon(const QString &name) {
-  const QString path = resourcePath(name);
-  if (!path.isEmpty())
-    return QIcon(path);
+  const QIcon themed = Theme::icon(baseName(name));
+  if (!themed.isNull())
+    return themed;
   return QIcon(QPixmap::fromImage(image(name)));
 }
 

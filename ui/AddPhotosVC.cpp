@@ -265,7 +265,7 @@ AddPhotosVC::AddPhotosVC(AppDelegate *delegate, ScreenFlowDelegate *flow, QWidge
   connect(&progressFrame_, &QTimer::timeout, this, &AddPhotosVC::showProgressFrame);
   // Thumbnails are asked for once scrolling or resizing has stopped.
   thumbnailSettle_.setSingleShot(true);
-  thumbnailSettle_.setInterval(60);
+  thumbnailSettle_.setInterval(30);
   connect(&thumbnailSettle_, &QTimer::timeout, this, &AddPhotosVC::requestVisibleThumbnails);
   connect(thumbnails_, &ThumbnailLoader::thumbnailReady, batchModel_,
           &BatchTableModel::thumbnailArrived);
@@ -320,8 +320,9 @@ void AddPhotosVC::buildUi() {
   setTabOrder(btnAddPhotos_, btnAddFolder_);
   setTabOrder(btnAddFolder_, btnAddWithFilters_);
   setTabOrder(btnAddWithFilters_, btnLibrary_);
-  setTabOrder(btnLibrary_, btnViewMode_);
-  setTabOrder(btnViewMode_, btnRemoveSelected_);
+  setTabOrder(btnLibrary_, btnThumbMode_);
+  setTabOrder(btnThumbMode_, btnListMode_);
+  setTabOrder(btnListMode_, btnRemoveSelected_);
   setTabOrder(btnRemoveSelected_, btnRemoveAll_);
   setTabOrder(btnRemoveAll_, thumbnailView_);
   setTabOrder(thumbnailView_, listView_);
@@ -363,12 +364,33 @@ QWidget *AddPhotosVC::makeHeader() {
   row->addWidget(btnLibrary_);
   row->addStretch(1);
 
-  btnViewMode_ = new QToolButton(header);
-  btnViewMode_->setAutoRaise(true);
-  btnViewMode_->setIconSize(QSize(22, 22));
-  btnViewMode_->setMinimumSize(36, 34);
-  btnViewMode_->setCursor(Qt::PointingHandCursor);
-  connect(btnViewMode_, &QToolButton::clicked, this, &AddPhotosVC::btnViewPhotosModetapped);
+  // The two view modes side by side; the shown one has the active icon.
+  auto *modes = new QFrame(header);
+  modes->setObjectName(QStringLiteral("viewModes"));
+  auto *modeRow = new QHBoxLayout(modes);
+  modeRow->setContentsMargins(2, 2, 2, 2);
+  modeRow->setSpacing(2);
+  btnThumbMode_ = new QToolButton(modes);
+  btnListMode_ = new QToolButton(modes);
+  for (QToolButton *button : {btnThumbMode_, btnListMode_}) {
+    button->setAutoRaise(true);
+    button->setIconSize(QSize(20, 20));
+    button->setMinimumSize(34, 30);
+    button->setCursor(Qt::PointingHandCursor);
+    modeRow->addWidget(button);
+  }
+  btnThumbMode_->setToolTip(QStringLiteral("Show the photos as thumbnails"));
+  btnThumbMode_->setAccessibleName(QStringLiteral("Thumbnail view"));
+  btnListMode_->setToolTip(QStringLiteral("Show the photos as a list"));
+  btnListMode_->setAccessibleName(QStringLiteral("List view"));
+  connect(btnThumbMode_, &QToolButton::clicked, this, [this] {
+    if (!thumbnailMode_)
+      btnViewPhotosModetapped();
+  });
+  connect(btnListMode_, &QToolButton::clicked, this, [this] {
+    if (thumbnailMode_)
+      btnViewPhotosModetapped();
+  });
   btnRemoveSelected_ = makeButton(
       QStringLiteral("Remove Selected"),
       QStringLiteral("Remove the selected or ticked photos from the batch (Delete)"), header);
@@ -377,7 +399,7 @@ QWidget *AddPhotosVC::makeHeader() {
   connect(btnRemoveSelected_, &QPushButton::clicked, this,
           [this] { btnOnRemovePhotoPopupTapped(0); });
   connect(btnRemoveAll_, &QPushButton::clicked, this, [this] { btnOnRemovePhotoPopupTapped(1); });
-  row->addWidget(btnViewMode_);
+  row->addWidget(modes);
   row->addSpacing(8);
   row->addWidget(btnRemoveSelected_);
   row->addWidget(btnRemoveAll_);
@@ -698,6 +720,9 @@ void AddPhotosVC::applyStyle() {
                      "border-radius: 6px; padding: 6px 16px; font-weight: 600; }"
                      "QPushButton#primaryButton:hover { background: %3; }"
                      "QPushButton#primaryButton:disabled { background: %2; color: %5; }"
+                     "#viewModes { border: 1px solid %2; border-radius: 8px; }"
+                     "#viewModes QToolButton { border: none; border-radius: 6px; }"
+                     "#viewModes QToolButton[active=\"true\"] { background: %2; }"
                      "QLabel#redNote { color: #d64541; font-weight: 600; }"
                      "QLabel#caption { color: %5; }"
                      "QProgressBar { border: none; border-radius: 4px; background: %2; }"
@@ -884,10 +909,24 @@ void AddPhotosVC::addPhotosShowProgressPanel() {
   showProgressPanel();
 }
 
+void AddPhotosVC::addPhotosWillInsert(qsizetype first, qsizetype count) {
+  batchModel_->batchWillInsert(first, count);
+}
+
+void AddPhotosVC::addPhotosDidInsert() {
+  batchModel_->batchDidInsert(delegate_->arraySelectedImagesToProcess);
+}
+
+void AddPhotosVC::addPhotosWillRemove(qsizetype first, qsizetype count) {
+  batchModel_->batchWillRemove(first, count);
+}
+
+void AddPhotosVC::addPhotosDidRemove() {
+  batchModel_->batchDidRemove();
+}
+
 void AddPhotosVC::addPhotosProgress(const AddPhotosProgress &progress) {
-  // The add run's worker waits here, so the batch can be read; what is shown waits for the
-  // next frame, so ten thousand steps cost ten thousand list appends, not repaints.
-  batchModel_->takeAppended(delegate_->arraySelectedImagesToProcess);
+  // What is shown waits for the next frame: ten thousand steps cost one repaint a frame.
   lastProgress_ = progress;
   progressPending_ = true;
   if (!progressFrame_.isActive())
@@ -915,8 +954,6 @@ void AddPhotosVC::showProgressFrame() {
 }
 
 void AddPhotosVC::addPhotosEnded() {
-  batchModel_->takeAppended(delegate_->arraySelectedImagesToProcess);
-  batchModel_->flushPending();
   progressPending_ = true;
   showProgressFrame();
   updateBatchInformationInBottomView();
@@ -1032,13 +1069,18 @@ void AddPhotosVC::btnViewPhotosModetapped() {
 void AddPhotosVC::changePhotosViewImageMode(bool thumbnails, bool isFirstTime) {
   const int current = shownView()->currentIndex().row();
   thumbnailMode_ = thumbnails;
-  // The button shows the mode it switches to; the other icon is its pressed look.
-  btnViewMode_->setIcon(AddPhotosPictures::icon(thumbnails ? QStringLiteral("listview_icon.png")
-                                                           : QStringLiteral("thumbview_icon.png")));
-  const QString tip = thumbnails ? QStringLiteral("Show the photos as a list")
-                                 : QStringLiteral("Show the photos as thumbnails");
-  btnViewMode_->setToolTip(tip);
-  btnViewMode_->setAccessibleName(tip);
+  btnThumbMode_->setIcon(AddPhotosPictures::icon(thumbnails
+                                                     ? QStringLiteral("thumbview_active_icon.png")
+                                                     : QStringLiteral("thumbview_icon.png")));
+  btnListMode_->setIcon(AddPhotosPictures::icon(thumbnails
+                                                    ? QStringLiteral("listview_icon.png")
+                                                    : QStringLiteral("listview_active_icon.png")));
+  btnThumbMode_->setProperty("active", thumbnails);
+  btnListMode_->setProperty("active", !thumbnails);
+  for (QToolButton *button : {btnThumbMode_, btnListMode_}) {
+    button->style()->unpolish(button);
+    button->style()->polish(button);
+  }
   if (!isFirstTime && current >= 0 && current < batchModel_->rowCount())
     shownView()->setCurrentIndex(batchModel_->index(current, BatchTableModel::NameColumn));
   showPhotosOrDropArea();
@@ -1056,18 +1098,26 @@ void AddPhotosVC::visibleRows(int *first, int *last) const {
   const int rows = batchModel_->rowCount();
   if (rows == 0 || !thumbnailView_->isVisible())
     return;
+  // The cells lie on a fixed grid, left to right: the first visible line and the number of
+  // lines the viewport spans give the range without asking the view about every cell.
   const QSize grid = thumbnailView_->gridSize();
-  const QModelIndex top = thumbnailView_->indexAt(QPoint(grid.width() / 2, 4));
-  const QModelIndex topNext = thumbnailView_->indexAt(QPoint(grid.width() / 2, grid.height() / 2));
-  const int start = top.isValid() ? top.row() : (topNext.isValid() ? topNext.row() : 0);
+  QModelIndex top = thumbnailView_->indexAt(QPoint(grid.width() / 2, 1));
+  if (!top.isValid())
+    top = thumbnailView_->indexAt(QPoint(grid.width() / 2, grid.height() / 2));
+  if (!top.isValid())
+    return;
   const QSize viewport = thumbnailView_->viewport()->size();
   const int perRow = std::max(1, viewport.width() / std::max(1, grid.width()));
-  const int lines = viewport.height() / std::max(1, grid.height()) + 2;
-  *first = start - start % perRow;
-  *last = std::min(rows - 1, *first + perRow * lines - 1);
+  const int lineTop = thumbnailView_->visualRect(top).top();
+  const int lines = (viewport.height() - lineTop + grid.height() - 1) / std::max(1, grid.height());
+  *first = top.row() - top.row() % perRow;
+  *last = std::min(rows - 1, *first + perRow * std::max(1, lines) - 1);
 }
 
 void AddPhotosVC::requestVisibleThumbnails() {
+  // While photos are added the progress panel covers the views, and the add has the cores.
+  if (intake_->isRunning())
+    return;
   int first = -1, last = -1;
   visibleRows(&first, &last);
   batchModel_->setVisibleRows(first, last);

@@ -79,7 +79,10 @@ public:
   QPushButton *libraryButton() const { return btnLibrary_; }
   QPushButton *removeSelectedButton() const { return btnRemoveSelected_; }
   QPushButton *removeAllButton() const { return btnRemoveAll_; }
-  QToolButton *viewModeButton() const { return btnViewMode_; }
+  // The view-mode button that switches to the other view.
+  QToolButton *viewModeButton() const { return thumbnailMode_ ? btnListMode_ : btnThumbMode_; }
+  QToolButton *thumbnailModeButton() const { return btnThumbMode_; }
+  QToolButton *listModeButton() const { return btnListMode_; }
   QPushButton *nextButton() const { return btnNext_; }
 
   // --- Actions ---
@@ -123,6 +126,10 @@ protected:
 
 private:
   // AddPhotosListener
+  void addPhotosWillInsert(qsizetype first, qsizetype count) override;
+  void addPhotosDidInsert() override;
+  void addPhotosWillRemove(qsizetype first, qsizetype count) override;
+  void addPhotosDidRemove() override;
   void addPhotosMessage(const AddPhotosMessage &message) override;
   void addPhotosWillAdd(bool showProgressPanel) override;
   void addPhotosShowProgressPanel() override;
@@ -179,7 +186,8 @@ private:
   QPushButton *btnLibrary_ = nullptr;
   QPushButton *btnRemoveSelected_ = nullptr;
   QPushButton *btnRemoveAll_ = nullptr;
-  QToolButton *btnViewMode_ = nullptr;
+  QToolButton *btnThumbMode_ = nullptr;
+  QToolButton *btnListMode_ = nullptr;
   QPushButton *btnNext_ = nullptr;
   QLabel *countLabel_ = nullptr;
   QStackedWidget *viewStack_ = nullptr;

@@ -25,7 +25,7 @@ QStringList localPaths(const QMimeData *data) {
 BatchTableModel::BatchTableModel(ThumbnailLoader *thumbnails, QObject *parent)
     : QAbstractTableModel(parent), thumbnails_(thumbnails),
       notAvailable_(AddPhotosPictures::image(QStringLiteral("not_av_big.png"))) {
-  // One frame's worth of new rows and thumbnails goes to the views at once.
+  // One frame's worth of thumbnails goes to the views at once.
   frame_.setSingleShot(true);
   frame_.setInterval(16);
   connect(&frame_, &QTimer::timeout, this, &BatchTableModel::emitFrameChanges);
@@ -174,26 +174,45 @@ bool BatchTableModel::dropMimeData(const QMimeData *data, Qt::DropAction action,
   return false;
 }
 
-void BatchTableModel::takeAppended(const Batch &batch) {
-  const qsizetype known = rows_.size() + incoming_.size();
-  for (qsizetype i = known; i < batch.size(); ++i)
-    incoming_.append(batch.at(i));
-  if (!incoming_.isEmpty() && !frame_.isActive())
-    frame_.start();
+void BatchTableModel::batchWillInsert(qsizetype first, qsizetype count) {
+  if (count <= 0 || first != rows_.size())
+    return; // not where this model's rows end: the did step resynchronises
+  insertFirst_ = first;
+  insertCount_ = count;
+  beginInsertRows({}, int(first), int(first + count - 1));
 }
 
-void BatchTableModel::flushPending() {
-  if (incoming_.isEmpty())
+void BatchTableModel::batchDidInsert(const Batch &batch) {
+  if (insertFirst_ < 0) {
+    syncWithBatch(batch);
     return;
-  const int first = int(rows_.size());
-  beginInsertRows({}, first, first + int(incoming_.size()) - 1);
-  rows_.append(incoming_);
-  incoming_.clear();
+  }
+  rows_.append(batch.mid(insertFirst_, insertCount_));
+  insertFirst_ = -1;
   endInsertRows();
 }
 
+void BatchTableModel::batchWillRemove(qsizetype first, qsizetype count) {
+  if (count <= 0 || first < 0 || first + count > rows_.size())
+    return;
+  removeFirst_ = first;
+  removeCount_ = count;
+  beginRemoveRows({}, int(first), int(first + count - 1));
+}
+
+void BatchTableModel::batchDidRemove() {
+  if (removeFirst_ < 0)
+    return;
+  for (qsizetype r = removeFirst_; r < removeFirst_ + removeCount_; ++r) {
+    ticked_.remove(rows_.at(r).get());
+    missing_.remove(rows_.at(r).get());
+  }
+  rows_.remove(removeFirst_, removeCount_);
+  removeFirst_ = -1;
+  endRemoveRows();
+}
+
 void BatchTableModel::syncWithBatch(const Batch &batch) {
-  flushPending();
   // Only removals: take away runs of missing rows from the end, so the rest stay put.
   bool onlyRemovals = batch.size() <= rows_.size();
   if (onlyRemovals) {
@@ -232,8 +251,9 @@ void BatchTableModel::syncWithBatch(const Batch &batch) {
     return;
   }
   if (batch.size() > rows_.size() && std::equal(rows_.cbegin(), rows_.cend(), batch.cbegin())) {
-    takeAppended(batch);
-    flushPending();
+    beginInsertRows({}, int(rows_.size()), int(batch.size() - 1));
+    rows_.append(batch.mid(rows_.size()));
+    endInsertRows();
     return;
   }
   beginResetModel();
@@ -308,7 +328,6 @@ void BatchTableModel::thumbnailArrived() {
 }
 
 void BatchTableModel::emitFrameChanges() {
-  flushPending();
   if (!thumbnailsDirty_)
     return;
   thumbnailsDirty_ = false;

@@ -12,10 +12,10 @@ class PhotoFile;
 class ThumbnailLoader;
 
 // The batch as the add-photos screen's two views see it: one row per photo, in batch order.
-// The model keeps its own list of the batch's records, taken on the owner's thread at the
-// moments the add run hands over (while its worker waits), so the views never read the
-// batch while a worker appends to it. New rows arrive as one insertion per frame, and
-// thumbnails as one dataChanged per frame.
+// The model keeps its own list of the batch's records, changed on the owner's thread as the
+// add run announces each change (one insertion per slice of the run, not per photo), so the
+// views never depend on when the batch itself is read. Thumbnails that arrive are shown with
+// one dataChanged per frame.
 class BatchTableModel : public QAbstractTableModel {
   Q_OBJECT
 public:
@@ -55,13 +55,15 @@ public:
                     const QModelIndex &parent) override;
 
   // --- Keeping step with the batch (owner's thread only) ---
-  // Takes the records the batch gained since the last call; the rows appear with the next
-  // frame. Only when nothing else writes the batch (a listener call of the add run).
-  void takeAppended(const Batch &batch);
-  // Shows the frame's pending rows now.
-  void flushPending();
-  // The batch changed in another way (removals, a new batch): rows become the batch's.
-  // Removals of records still present keep the rest of the rows (and the views' places).
+  // The add run announces each change of the batch; between a will and its did the batch
+  // is read for the rows that arrived (always at the end) or drop the rows that went.
+  void batchWillInsert(qsizetype first, qsizetype count);
+  void batchDidInsert(const Batch &batch);
+  void batchWillRemove(qsizetype first, qsizetype count);
+  void batchDidRemove();
+  // The batch changed without notice (a new batch, skipped photos sent back): rows become
+  // the batch's. Removals of records still present keep the rest of the rows (and the
+  // views' places).
   void syncWithBatch(const Batch &batch);
 
   const std::shared_ptr<PhotoFile> &photoAt(int row) const { return rows_.at(row); }
@@ -94,7 +96,10 @@ private:
 
   ThumbnailLoader *thumbnails_;
   Batch rows_;
-  Batch incoming_; // taken, not yet shown
+  qsizetype insertFirst_ = -1; // an announced change under way
+  qsizetype insertCount_ = 0;
+  qsizetype removeFirst_ = -1;
+  qsizetype removeCount_ = 0;
   QSet<const PhotoFile *> ticked_;
   QSet<const PhotoFile *> missing_;
   QTimer frame_;
