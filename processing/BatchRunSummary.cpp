@@ -4,11 +4,11 @@
 #include "imaging/Utils.h"
 #include "intake/PhotoFile.h"
 #include "platform/Files.h"
+#include "platform/SafeWrite.h"
 #include "platform/StandardFolders.h"
 
 #include <QDir>
 #include <QFileInfo>
-#include <QSaveFile>
 
 namespace {
 
@@ -150,14 +150,22 @@ bool BatchRun::createAndWriteSummaryFileWithStatus(bool completed) {
   counterSkipped = skipped.size();
   counterProcessedWithError = withError.size();
 
-  strLogfilePath =
-      QStringLiteral("%1/Quillmere_LogSummary_%2.log")
-          .arg(folder, Utils::getDateStringFromDate(processStartedDateTime,
-                                                    QStringLiteral("MMddYYYY hhmms a")));
-  const QString text = summaryText(completed, processed, notProcessed, skipped, withError);
-  QSaveFile file(strLogfilePath);
-  const bool ok =
-      file.open(QIODevice::WriteOnly) && file.write(text.toUtf8()) >= 0 && file.commit();
+  const QString stamp =
+      Utils::getDateStringFromDate(processStartedDateTime, QStringLiteral("MMddYYYY hhmms a"));
+  const QByteArray text =
+      summaryText(completed, processed, notProcessed, skipped, withError).toUtf8();
+  // Runs started in the same second (two batches at once) each keep their own log: a name
+  // that is taken gets a number, and no log ever replaces another.
+  bool ok = false;
+  for (int n = 1; n < 100 && !ok; ++n) {
+    strLogfilePath =
+        n == 1 ? QStringLiteral("%1/Quillmere_LogSummary_%2.log").arg(folder, stamp)
+               : QStringLiteral("%1/Quillmere_LogSummary_%2 %3.log").arg(folder, stamp).arg(n);
+    bool taken = false;
+    ok = platform::SafeWrite::writeInPlace(strLogfilePath, text, false, nullptr, &taken);
+    if (!taken)
+      break;
+  }
   log(ok ? QStringLiteral("Log File Generated successfully")
          : QStringLiteral("Error While Generating Log File"));
   return ok;

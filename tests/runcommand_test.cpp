@@ -198,10 +198,18 @@ TEST_F(RunCommandTest, TwoRunsAndAPreviewAtOnceKeepApart) {
   start({"run", "--copy", out + "/a", "--format", "png", "--compression", "9", in + "/a"});
   start({"run", "--copy", out + "/b", "--format", "png", "--compression", "9", in + "/b"});
   start({"preview", "--copy", out + "/c", in + "/a", in + "/b"});
+  QStringList logs;
   for (QProcess *process : processes) {
     ASSERT_TRUE(process->waitForFinished(240000));
     EXPECT_EQ(process->exitCode(), 0) << process->readAllStandardError().toStdString();
+    if (process != processes.last())
+      logs << logPathFrom(QString::fromUtf8(process->readAllStandardOutput()));
   }
+  // Each run has a log of its own, even when both started in the same second.
+  ASSERT_EQ(logs.size(), 2);
+  EXPECT_NE(logs[0], logs[1]);
+  EXPECT_TRUE(readAll(logs[0]).contains("Photos Processed : 3\n"));
+  EXPECT_TRUE(readAll(logs[1]).contains("Photos Processed : 3\n"));
   for (const auto &[batch, samples] :
        {std::pair{QString("a"), first}, std::pair{QString("b"), second}}) {
     QStringList expected;
