@@ -12,6 +12,7 @@
 #include <QFileInfo>
 
 #include <array>
+#include <atomic>
 #include <mutex>
 
 Q_LOGGING_CATEGORY(lcIntake, "quillmere.intake")
@@ -192,4 +193,9 @@ QDateTime PhotoFile::captureDateOfFile() const {
     captureDate_ = date;
   }
   return date;
+}
+
+quint64 PhotoFile::nextAddedOrder() {
+  static std::atomic<quint64> next{1};
+  return next.fetch_add(1, std::memory_order_relaxed);
 }

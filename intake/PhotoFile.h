@@ -34,6 +34,10 @@ public:
   bool isIphotosNode = false;
   qint32 processStatus = 0; // 0 not processed, 1 processed, 2 error, 3 skipped
   QString processInfoMessage;
+  // When the record joined a batch: ties in a sorted batch keep this order, and the "as
+  // added" order restores it.
+  quint64 addedOrder = nextAddedOrder();
+  static quint64 nextAddedOrder();
 
   // The capture date in the file's EXIF (invalid when it has none), for the taken-date
   // stamp. Read once and kept with the file's size and modification time: a later call reads

@@ -880,6 +880,8 @@ void PhotoIntake::appendChunk(const std::vector<Step> &photos) {
   {
     std::lock_guard<std::mutex> lock(keysMutex_);
     for (const Step &step : photos) {
+      // Records are read ahead on several threads: the order of adding is the order here.
+      step.photo->addedOrder = PhotoFile::nextAddedOrder();
       batch_->append(step.photo);
       dictFileAdded.insert(step.photo->filePath, kAdded());
     }

@@ -98,6 +98,8 @@ inline const QString Insert = QStringLiteral("Insert");
 inline const QString AtPosition = QStringLiteral("At Position");
 inline const QString StartingIndex = QStringLiteral("Starting Index");
 inline const QString Increment = QStringLiteral("Increment");
+// The running number's minimum width, zero-padded: 1-9; missing or 0 means no padding.
+inline const QString Digits = QStringLiteral("Digits");
 inline const QString FirstN = QStringLiteral("First n");
 inline const QString LastN = QStringLiteral("Last n");
 inline const QString From = QStringLiteral("From");

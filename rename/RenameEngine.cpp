@@ -48,6 +48,7 @@ RenameRules RenameRules::fromSetting(const BatchRenameSetting &setting) {
   r.digitAt = intValue(digit, RuleKey::AtPosition);
   r.startingIndex = intValue(digit, RuleKey::StartingIndex);
   r.increment = intValue(digit, RuleKey::Increment);
+  r.digits = std::clamp(intValue(digit, RuleKey::Digits), 0, 9);
 
   const QVariantMap &remove = setting.dictRemove;
   r.removeOn = boolValue(remove, RuleKey::State);
@@ -235,7 +236,11 @@ QString RenameEngine::newName(const RenameSubject &subject, quint32 index) {
   if (r.digitOn) {
     // 32-bit arithmetic, wrapping as the stored integers do.
     const qint32 number = qint32(quint32(r.increment) * quint32(index) + quint32(r.startingIndex));
-    const QString digits = QString::number(number);
+    QString digits = QString::number(qint64(number) < 0 ? -qint64(number) : qint64(number));
+    if (digits.size() < r.digits)
+      digits.prepend(QString(r.digits - digits.size(), QLatin1Char('0')));
+    if (number < 0)
+      digits.prepend(QLatin1Char('-'));
     if (r.digitAs == 0)
       name.prepend(digits);
     else if (r.digitAs == 1)

@@ -39,6 +39,7 @@ struct RenameRules {
   qint32 digitAt = 0;
   qint32 startingIndex = 0;
   qint32 increment = 0;
+  qint32 digits = 0; // minimum width, 0 for none
 
   bool removeOn = false;
   qint32 firstN = 0;

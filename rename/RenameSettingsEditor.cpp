@@ -93,6 +93,8 @@ FieldPlace placeOf(RenameIntegerField field) {
     return {RenameRule::AddDigit, RuleKey::StartingIndex};
   case RenameIntegerField::Increment:
     return {RenameRule::AddDigit, RuleKey::Increment};
+  case RenameIntegerField::Digits:
+    return {RenameRule::AddDigit, RuleKey::Digits};
   case RenameIntegerField::FirstN:
     return {RenameRule::Remove, RuleKey::FirstN};
   case RenameIntegerField::LastN:

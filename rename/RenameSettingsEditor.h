@@ -41,6 +41,7 @@ enum class RenameIntegerField {
   LastN,
   From,
   To,
+  Digits, // the running number's minimum width
 };
 
 // The option lists the pop-up shows, by the kind of button that opened it.

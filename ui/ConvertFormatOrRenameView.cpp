@@ -315,6 +315,9 @@ void ConvertFormatOrRenameView::buildRenamePanel(QWidget *panel) {
                   QStringLiteral("digitPositionField"));
   addIntegerField(digit, RenameIntegerField::StartingIndex, tr("Start at"),
                   QStringLiteral("startingIndexField"));
+  // The minimum width of the number, zero-padded: one figure, 0 for none.
+  addIntegerField(digit, RenameIntegerField::Digits, tr("Digits"), QStringLiteral("digitsField"))
+      ->setMaxLength(1);
   addIntegerField(digit, RenameIntegerField::Increment, tr("Step"),
                   QStringLiteral("incrementField"));
 
