@@ -12,6 +12,7 @@
 #include "platform/MemoryTuning.h"
 #include "platform/SafeWrite.h"
 #include "platform/SystemInfo.h"
+#include "platform/ThreadHandOff.h"
 #include "platform/VipsSession.h"
 #include "platform/Workspace.h"
 #include "rename/OutputPhotoPath.h"
@@ -34,6 +35,8 @@ Q_LOGGING_CATEGORY(lcProcessing, "quillmere.processing")
 namespace {
 
 const QString kStartPattern = QStringLiteral("MM-dd-YYYY hh:mm:s a");
+// Marks photos handed to the preparing workers for ThreadSanitizer.
+const char kPrepareHandOff = 0;
 
 } // namespace
 
@@ -336,7 +339,12 @@ void BatchRun::Loop::run() {
            repType = representationTypeOf(batch.at(next)),
            encode] { return preparePhoto(photo, newPath, repType, encode); });
       window.push_back(task->get_future());
-      workers.start([task] { (*task)(); });
+      std::function<void()> work = [task] {
+        platform::ThreadHandOff::received(&kPrepareHandOff);
+        (*task)();
+      };
+      platform::ThreadHandOff::sent(&kPrepareHandOff);
+      workers.start(std::move(work));
     }
   };
   // One photo more than there are workers, so a worker that finishes early starts the next.

@@ -5,6 +5,7 @@
 #include "platform/Files.h"
 #include "platform/FolderListing.h"
 #include "platform/PathText.h"
+#include "platform/ThreadHandOff.h"
 #include "rename/BatchRenameSetting.h"
 #include "rename/BatchSlices.h"
 #include "rename/BoxedValue.h"
@@ -17,6 +18,7 @@
 #include <QSet>
 #include <QThreadPool>
 
+#include <deque>
 #include <mutex>
 #include <optional>
 #include <vector>
@@ -204,9 +206,13 @@ void countOccurences(const QList<std::shared_ptr<OutputPhotoPath>> &records) {
 struct RenamePreviewController::Channel {
   std::mutex mutex;
   RenamePreviewController *owner = nullptr;
+  std::deque<PreparedBatch> finished; // handed back, not yet taken by the owner
 };
 
 namespace {
+
+// Marks a pass handed to the queue for ThreadSanitizer.
+const char kPassHandOff = 0;
 
 // The serial background queue of every preview pass: passes run one after another in the
 // order they were started. It lives as long as the process, so no screen that goes away
@@ -271,17 +277,32 @@ void RenamePreviewController::resetPreviewForUpdatedRenameSelections(bool initia
   auto optionsNow = std::make_shared<OutputOptionSettings>(*options);
   const QStringList formats = delegate_->arrFileFormatsSupported;
   ++pendingPasses_;
-  previewQueue()->start([channel = channel_, batch = std::move(batch),
-                         settingNow = std::move(settingNow), optionsNow = std::move(optionsNow),
-                         formats]() mutable {
+  std::function<void()> pass = [channel = channel_, batch = std::move(batch),
+                                settingNow = std::move(settingNow),
+                                optionsNow = std::move(optionsNow), formats]() mutable {
+    platform::ThreadHandOff::received(&kPassHandOff);
     PreparedBatch prepared =
         prepareBatch(std::move(batch), std::move(settingNow), std::move(optionsNow), formats);
     std::lock_guard<std::mutex> lock(channel->mutex);
-    if (RenamePreviewController *owner = channel->owner)
-      QMetaObject::invokeMethod(
-          owner, [owner, prepared = std::move(prepared)] { owner->finishPass(prepared); },
-          Qt::QueuedConnection);
-  });
+    if (RenamePreviewController *owner = channel->owner) {
+      channel->finished.push_back(std::move(prepared));
+      QMetaObject::invokeMethod(owner, "takeFinishedPass", Qt::QueuedConnection);
+    }
+  };
+  platform::ThreadHandOff::sent(&kPassHandOff);
+  previewQueue()->start(std::move(pass));
+}
+
+void RenamePreviewController::takeFinishedPass() {
+  PreparedBatch prepared;
+  {
+    std::lock_guard<std::mutex> lock(channel_->mutex);
+    if (channel_->finished.empty())
+      return;
+    prepared = std::move(channel_->finished.front());
+    channel_->finished.pop_front();
+  }
+  finishPass(prepared);
 }
 
 void RenamePreviewController::finishPass(const PreparedBatch &prepared) {

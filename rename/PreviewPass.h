@@ -121,6 +121,9 @@ Q_SIGNALS:
 
 private:
   void finishPass(const PreparedBatch &prepared);
+  // Takes the oldest pass handed back through the channel. Called by name, so the call carries
+  // no data: the pass travels under the channel's lock, where ThreadSanitizer sees it.
+  Q_INVOKABLE void takeFinishedPass();
 
   // What a pass reaches this object through: cleared when it is destroyed, so a pass still
   // running hands its result to no one and the destructor waits for nothing.
