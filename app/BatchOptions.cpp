@@ -9,6 +9,7 @@
 #include "platform/StandardFolders.h"
 #include "rename/BatchRenameSetting.h"
 #include "rename/OutputOptionSettings.h"
+#include "rename/Presets.h"
 #include "rename/RenameSettingsEditor.h"
 
 #include <QDir>
@@ -29,9 +30,11 @@ const QStringList kValueOptions = {
     "--prefix",      "--suffix",      "--insert",       "--insert-at",    "--number",
     "--start",       "--step",        "--number-at",    "--remove-first", "--remove-last",
     "--remove-from", "--remove-to",   "--remove-chars", "--remove-words", "--case",
+    "--digits",      "--sort",        "--preset",
 };
-const QStringList kFlags = {"-r",           "--recursive",  "--beside",    "--overwrite",
-                            "--keep-dates", "--keep-names", "--lower-ext", "--upper-ext"};
+const QStringList kFlags = {"-r",          "--recursive",  "--beside",
+                            "--overwrite", "--keep-dates", "--keep-names",
+                            "--lower-ext", "--upper-ext",  "--reverse"};
 
 QStringList formatNames() {
   return {"keep", "tif", "bmp", "gif", "jpg", "jpeg", "png", "jp2", "pdf"};
@@ -222,6 +225,20 @@ bool applyValue(const QString &option, const QString &value, Parsed *out, QStrin
                         : option == "--step" ? RuleKey::Increment
                                              : RuleKey::AtPosition;
     ruleOn(s, s.dictAddDigit).insert(key, n);
+  } else if (option == "--digits") {
+    if (!toInteger(option, value, &n, error))
+      return false;
+    if (n < 0 || n > 9) {
+      *error = QStringLiteral("--digits needs a whole number from 0 to 9, not \"%1\"").arg(value);
+      return false;
+    }
+    ruleOn(s, s.dictAddDigit).insert(RuleKey::Digits, n);
+  } else if (option == "--sort") {
+    if (!BatchOrder::keyFromName(value, &out->sort)) {
+      *error = QStringLiteral("--sort takes one of: %1")
+                   .arg(BatchOrder::keyNames().join(QStringLiteral(", ")));
+      return false;
+    }
   } else if (option == "--remove-first" || option == "--remove-last" || option == "--remove-from" ||
              option == "--remove-to") {
     if (!toInteger(option, value, &n, error))
@@ -252,6 +269,8 @@ void applyFlag(const QString &flag, Parsed *out) {
     o.setDestinationMode(OutputOptionSettings::ModeSourceFolder);
   else if (flag == "--overwrite")
     o.owerwriteExistingFiles = true;
+  else if (flag == "--reverse")
+    out->reverse = true;
   else if (flag == "--keep-dates")
     o.setOutputDateTimeAsOriginal = true;
   else if (flag == "--keep-names")
@@ -302,6 +321,8 @@ bool parse(const QStringList &args, const QStringList &extraFlags, Parsed *out, 
         settingsFile = value;
       else if (arg == QLatin1String("--options"))
         optionsFile = value;
+      else if (arg == QLatin1String("--preset"))
+        out->preset = value;
       else
         steps.append({arg, value});
     } else if (kFlags.contains(arg) || extraFlags.contains(arg)) {
@@ -316,16 +337,24 @@ bool parse(const QStringList &args, const QStringList &extraFlags, Parsed *out, 
     }
   }
 
-  // The files first, then the short forms in the order given, whatever their position.
-  QVariantMap dict;
-  if (settingsFile.isEmpty())
-    dict = BatchRenameSetting::defaultsDictionary();
-  else if (!readPlist(settingsFile, &dict, error))
+  // The preset, then the files, then the short forms in the order given, whatever their
+  // position.
+  Presets::Preset preset;
+  if (!out->preset.isEmpty() && !Presets::find(out->preset, &preset, error))
     return false;
+  QVariantMap dict;
+  if (!settingsFile.isEmpty()) {
+    if (!readPlist(settingsFile, &dict, error))
+      return false;
+  } else if (!out->preset.isEmpty()) {
+    dict = preset.settings;
+  } else {
+    dict = BatchRenameSetting::defaultsDictionary();
+  }
   out->setting = BatchRenameSetting::initWithDictionary(dict);
   if (optionsFile.isEmpty()) {
     // The default folder is made below, only if the results still go there.
-    out->options = OutputOptionSettings::initWithDictionary({});
+    out->options = OutputOptionSettings::initWithDictionary(preset.options);
   } else {
     QVariantMap fields;
     if (!readPlist(optionsFile, &fields, error))
@@ -364,6 +393,8 @@ QString helpText() {
       "  -r, --recursive          add folders with all their sub-folders\n"
       "  --from DATE --to DATE    only photos taken in this range (ISO 8601 local time)\n"
       "settings:\n"
+      "  --preset NAME            a saved preset (see quillmere presets); the options\n"
+      "                           below override it\n"
       "  --settings FILE          rename and format settings (property list)\n"
       "  --options FILE           output options (property list)\n"
       "  --format F               keep|tif|bmp|gif|jpg|jpeg|png|jp2|pdf\n"
@@ -372,6 +403,12 @@ QString helpText() {
       "  --copy DIR | --move DIR | --beside   where the results go\n"
       "  --overwrite              replace existing files instead of reporting them\n"
       "  --keep-dates             give the results the photos' dates\n"
+      "order:\n"
+      "  --sort added|name|taken|modified|size   the order of the batch, which the preview,\n"
+      "                           the running number and the run follow (default added;\n"
+      "                           name is natural: IMG_2 before IMG_10; ties keep the order\n"
+      "                           of adding)\n"
+      "  --reverse                that order descending\n"
       "renaming (each switches its rule on and the names to \"modify\"):\n"
       "  --keep-names             keep the photos' names\n"
       "  --name TEXT              replace the name\n"
@@ -381,7 +418,8 @@ QString helpText() {
       "  --folder-name prefix|suffix      add the photo's folder name\n"
       "  --prefix TEXT, --suffix TEXT, --insert TEXT --insert-at N\n"
       "  --number prefix|suffix|insert    a running number; --start N, --step N, "
-      "--number-at N\n"
+      "--number-at N,\n"
+      "                           --digits N (1-9: zero-padded to N figures, 0: none)\n"
       "  --remove-first N, --remove-last N, --remove-from N --remove-to N\n"
       "  --remove-chars TEXT, --remove-words TEXT\n"
       "  --case upper|lower|title\n"
@@ -405,6 +443,8 @@ int buildBatch(const Parsed &parsed, QList<std::shared_ptr<PhotoFile>> *batch) {
     paths.append(QDir::cleanPath(QDir::current().absoluteFilePath(path)));
   const AddPhotosStatus status = engine.addPaths(paths, parsed.recursive, parsed.from, parsed.to);
   engine.waitForFinished();
+  if (parsed.sort != BatchOrder::Key::Added || parsed.reverse)
+    *batch = BatchOrder::sorted(*batch, parsed.sort, parsed.reverse);
   switch (status.code) {
   case AddPhotosStatus::Code::Trash:
   case AddPhotosStatus::Code::DatesRefused:

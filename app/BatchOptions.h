@@ -1,5 +1,6 @@
 #pragma once
 
+#include "intake/BatchOrder.h"
 #include "rename/PreviewPass.h"
 
 #include <QDateTime>
@@ -25,6 +26,11 @@ struct Parsed {
   QDateTime to;
   std::shared_ptr<BatchRenameSetting> setting;
   std::shared_ptr<OutputOptionSettings> options;
+  // The order the batch is put in before the preview and the run.
+  BatchOrder::Key sort = BatchOrder::Key::Added;
+  bool reverse = false;
+  // The preset named by --preset (empty without it).
+  QString preset;
   // Flags the command accepted besides the shared ones (e.g. "--yes" for run).
   QSet<QString> flags;
 };

@@ -27,6 +27,7 @@ constexpr CommandEntry kCommands[] = {
     {"info", &Commands::info},
     {"preview", &Commands::preview},
     {"run", &Commands::run},
+    {"presets", &Commands::presets},
 };
 
 QTextStream &stdOut() {
@@ -53,6 +54,9 @@ QString usageText() {
       "start gate\n"
       "  quillmere run [OPTIONS] PATH...        build the batch, apply the gate, run it, write "
       "the summary log\n"
+      "  quillmere presets [save NAME [OPTIONS] | export NAME FILE | import FILE | delete NAME]\n"
+      "                                         list and keep named presets (--preset NAME)\n"
+      "  quillmere COMMAND --help               the options of a command\n"
       "  quillmere --help | --version\n");
 }
 
@@ -72,7 +76,7 @@ QStringList pathsToOpen(int argc, char **argv) {
       path = QUrl(path).toLocalFile();
     const QString absolute = QDir::cleanPath(here.absoluteFilePath(path));
     if (!QFileInfo::exists(absolute)) {
-      stdErr() << "quillmere: no such file or folder: " << path << "\n";
+      stdErr() << "quillmere: no such file: " << path << "\n";
       stdErr().flush();
       continue;
     }

@@ -14,4 +14,7 @@ int preview(const QStringList &args);
 // quillmere run [OPTIONS] PATH...
 int run(const QStringList &args);
 
+// quillmere presets [save NAME [OPTIONS] | export NAME FILE | import FILE | delete NAME]
+int presets(const QStringList &args);
+
 } // namespace app::Commands

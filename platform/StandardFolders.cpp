@@ -82,6 +82,15 @@ QString applicationDataDirectory() {
   return dataHome() + QLatin1Char('/') + QStringLiteral(QUILLMERE_APP_ID);
 }
 
+// XDG_CONFIG_HOME when it is set to an absolute path, else ~/.config, with the identifier.
+QString applicationConfigDirectory() {
+  const QString configured = qEnvironmentVariable("XDG_CONFIG_HOME");
+  const QString home = !configured.isEmpty() && QDir::isAbsolutePath(configured)
+                           ? QDir::cleanPath(configured)
+                           : QDir::cleanPath(homeDirectory() + QStringLiteral("/.config"));
+  return home + QLatin1Char('/') + QStringLiteral(QUILLMERE_APP_ID);
+}
+
 QString temporaryDirectory() {
   return QDir::tempPath();
 }

@@ -13,6 +13,8 @@ QString desktopDirectory();
 QString documentsDirectory();
 // The XDG data folder joined with the application identifier.
 QString applicationDataDirectory();
+// The XDG config folder joined with the application identifier.
+QString applicationConfigDirectory();
 QString temporaryDirectory();
 // $XDG_DATA_HOME/Trash (files/ and info/ below it).
 QString trashDirectory();
