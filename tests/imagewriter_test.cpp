@@ -149,9 +149,10 @@ TEST(WriterQuality, FactorsOfTheQualityBranch) {
   EXPECT_EQ(ImageWriter::pdfPageQuality(RunSettings{}), 82);
 }
 
-// A lower JPEG quality gives a smaller file of the same picture.
+// A lower JPEG quality gives a smaller file of the same picture (one large enough that its
+// pixels, not its metadata and profile, make most of the file).
 TEST(WriterQuality, QualityReachesTheEncoder) {
-  Source s;
+  Source s("jpg/gps/DSCN0010.jpg");
   s.writer.settings.outputFormat = 5;
   s.writer.settings.isSetQuality = true;
   s.writer.settings.qualityRatio = 1.0f;
