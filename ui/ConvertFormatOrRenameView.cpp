@@ -120,6 +120,7 @@ ConvertFormatOrRenameView::ConvertFormatOrRenameView(AppDelegate *delegate, QWid
   scroll->setFrameShape(QFrame::NoFrame);
   scroll->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
   scroll->setMinimumWidth(420);
+  scroll->setAccessibleName(QStringLiteral("Rename and format settings"));
 
   auto *splitter = new QSplitter(Qt::Horizontal);
   splitter->addWidget(scroll);
