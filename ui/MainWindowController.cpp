@@ -5,6 +5,8 @@
 #include "intake/PhotoFile.h"
 #include "platform/Files.h"
 #include "platform/Preferences.h"
+#include "ui/AddPhotosVC.h"
+#include "ui/SetupVC.h"
 #include "ui/Sheet.h"
 #include "ui/Theme.h"
 
@@ -47,18 +49,6 @@ QToolButton *makeWindowButton(QWidget *parent, const char *objectName, const QSt
   button->setFocusPolicy(Qt::StrongFocus);
   button->setFixedSize(36, 32);
   return button;
-}
-
-// A screen that is not part of this build yet.
-QWidget *makePlaceholderScreen(const QString &title) {
-  auto *page = new QWidget;
-  page->setObjectName(title);
-  auto *layout = new QVBoxLayout(page);
-  auto *label = new QLabel(title, page);
-  label->setAlignment(Qt::AlignCenter);
-  Theme::setRole(label, "secondary");
-  layout->addWidget(label);
-  return page;
 }
 
 } // namespace
@@ -199,19 +189,11 @@ QWidget *MainWindowController::titleBar() const {
 }
 
 QWidget *MainWindowController::makeAddPhotosScreen() {
-#ifdef QUILLMERE_HAS_ADD_PHOTOS_SCREEN
   return new AddPhotosVC(delegate_, this, content_);
-#else
-  return makePlaceholderScreen(QStringLiteral("AddPhotosVC"));
-#endif
 }
 
 QWidget *MainWindowController::makeSetupScreen() {
-#ifdef QUILLMERE_HAS_SETUP_SCREEN
   return new SetupVC(delegate_, this, content_);
-#else
-  return makePlaceholderScreen(QStringLiteral("SetupVC"));
-#endif
 }
 
 void MainWindowController::changeViewController(int code) {

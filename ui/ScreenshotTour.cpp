@@ -107,8 +107,17 @@ void ScreenshotTour::startIfRequested(MainWindowController *controller) {
   if (folder.isEmpty() || !controller)
     return;
   auto *tour = new ScreenshotTour(controller, folder, controller);
-  mainWindowScreenshotSteps(*tour);
-  addPhotosScreenshotSteps(*tour);
-  setupScreenshotSteps(*tour);
+  // QUILLMERE_SCREENSHOT_SCREENS=add-photos,setup,window limits the tour to some screens.
+  const QStringList only = qEnvironmentVariable("QUILLMERE_SCREENSHOT_SCREENS")
+                               .split(QLatin1Char(','), Qt::SkipEmptyParts);
+  const auto wanted = [&only](const char *screen) {
+    return only.isEmpty() || only.contains(QLatin1String(screen));
+  };
+  if (wanted("add-photos"))
+    addPhotosScreenshotSteps(*tour);
+  if (wanted("setup"))
+    setupScreenshotSteps(*tour);
+  if (wanted("window"))
+    mainWindowScreenshotSteps(*tour);
   tour->start();
 }

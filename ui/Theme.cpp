@@ -98,7 +98,7 @@ QToolButton[role="step"] { border: 1px solid transparent; background: transparen
 QToolButton[role="step"]:hover { background: %hover; color: %text; }
 QToolButton[role="step"]:checked { background: %accent; color: %accentText; }
 QToolButton[role="step"]:focus { border: 2px solid %accent; padding: 5px 13px; }
-QToolButton[role="step"]:checked:focus { border: 2px solid %text; }
+QToolButton[role="step"]:checked:focus { border: 2px solid %ring; }
 QToolButton[role="window"] { border: none; background: transparent; border-radius: 6px;
   padding: 6px; min-height: 0; }
 QToolButton[role="window"]:hover { background: %hover; }
@@ -131,6 +131,7 @@ QLabel[role="secondary"] { color: %secondary; }
 QLabel[role="error"] { color: %error; }
 )")
       .replace(QLatin1String("%accentHover"), accentHover)
+      .replace(QLatin1String("%ring"), css(gDark ? c.accent.lighter(150) : c.accent.darker(160)))
       .replace(QLatin1String("%accentText"), css(c.accentText))
       .replace(QLatin1String("%accent"), css(c.accent))
       .replace(QLatin1String("%text"), css(c.text))

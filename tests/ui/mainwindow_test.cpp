@@ -395,30 +395,33 @@ TEST_F(MainWindowTest, ResizingPostsWhileItGoesAndOnceAtTheEnd) {
 }
 
 TEST_F(MainWindowTest, EveryControlHasANameAndTheKeyboardReachesIt) {
-  // Both screens made, and a sheet up, so that their controls are in the tree too.
+  // Each screen in turn, then a sheet, so that every control shown is walked.
+  int controls = 0;
+  const auto walk = [&] {
+    for (QWidget *widget : window->findChildren<QWidget *>()) {
+      const bool control =
+          qobject_cast<QAbstractButton *>(widget) || (widget->focusPolicy() & Qt::TabFocus);
+      if (!control || !widget->isVisibleTo(window.get()))
+        continue;
+      ++controls;
+      QAccessibleInterface *accessible = QAccessible::queryAccessibleInterface(widget);
+      ASSERT_NE(accessible, nullptr);
+      const QString name = accessible->text(QAccessible::Name);
+      EXPECT_FALSE(name.trimmed().isEmpty() && widget->toolTip().isEmpty())
+          << widget->metaObject()->className() << " " << widget->objectName().toStdString();
+      if (qobject_cast<QAbstractButton *>(widget)) {
+        EXPECT_TRUE(widget->focusPolicy() & Qt::TabFocus)
+            << "not reachable by Tab: " << widget->objectName().toStdString();
+      }
+    }
+  };
   QTest::mouseClick(window->setupButton(), Qt::LeftButton);
+  walk();
   QTest::mouseClick(window->addPhotosButton(), Qt::LeftButton);
+  walk();
   window->showAlertForRateApp();
   ASSERT_NE(waitForSheet(), nullptr);
-
-  const QList<QWidget *> widgets = window->findChildren<QWidget *>();
-  int controls = 0;
-  for (QWidget *widget : widgets) {
-    const bool control =
-        qobject_cast<QAbstractButton *>(widget) || (widget->focusPolicy() & Qt::TabFocus);
-    if (!control || !widget->isVisibleTo(window.get()))
-      continue;
-    ++controls;
-    QAccessibleInterface *accessible = QAccessible::queryAccessibleInterface(widget);
-    ASSERT_NE(accessible, nullptr);
-    const QString name = accessible->text(QAccessible::Name);
-    EXPECT_FALSE(name.trimmed().isEmpty() && widget->toolTip().isEmpty())
-        << widget->metaObject()->className() << " " << widget->objectName().toStdString();
-    if (qobject_cast<QAbstractButton *>(widget)) {
-      EXPECT_TRUE(widget->focusPolicy() & Qt::TabFocus)
-          << "not reachable by Tab: " << widget->objectName().toStdString();
-    }
-  }
+  walk();
   EXPECT_GE(controls, 7); // five title bar buttons and the sheet's two
 
   // Tab stays within the sheet while it is up.
