@@ -8,6 +8,7 @@
 #include "platform/FileTypes.h"
 #include "platform/StandardFolders.h"
 #include "ui/AddPhotosPictures.h"
+#include "ui/BatchSortHeader.h"
 #include "ui/BatchTableModel.h"
 #include "ui/PhotoInformationModel.h"
 #include "ui/ScreenFlowDelegate.h"
@@ -28,13 +29,16 @@
 #include <QHBoxLayout>
 #include <QHeaderView>
 #include <QLabel>
+#include <QLayout>
 #include <QListView>
 #include <QMenu>
 #include <QMimeData>
 #include <QPainter>
+#include <QPixmapCache>
 #include <QProgressBar>
 #include <QPushButton>
 #include <QRegularExpression>
+#include <QResizeEvent>
 #include <QScrollBar>
 #include <QShortcut>
 #include <QSortFilterProxyModel>
@@ -87,9 +91,12 @@ protected:
 private:
   void place() {
     const QSize hint = card_->sizeHint().expandedTo(card_->minimumSizeHint());
-    const int w = std::min(std::max(hint.width(), 420), std::max(width() - 32, 200));
-    const int h = std::min(card_->heightForWidth(w) > 0 ? card_->heightForWidth(w) : hint.height(),
-                           std::max(height() - 32, 120));
+    const int w = std::min(std::max(hint.width(), 460), std::max(width() - 32, 200));
+    // Wrapped labels need the height their width gives them.
+    int needed = hint.height();
+    if (QLayout *layout = card_->layout(); layout && layout->hasHeightForWidth())
+      needed = std::max(needed, layout->totalHeightForWidth(w));
+    const int h = std::min(needed, std::max(height() - 32, 120));
     card_->setGeometry((width() - w) / 2, (height() - h) / 2, w, h);
   }
   QFrame *card_;
@@ -259,11 +266,16 @@ AddPhotosVC::AddPhotosVC(AppDelegate *delegate, ScreenFlowDelegate *flow, QWidge
   batchModel_ = new BatchTableModel(thumbnails_, this);
   informationModel_ = new PhotoInformationModel(this);
   informationPool_.setMaxThreadCount(1);
+  // Room for a few screens of thumbnails scaled to their cells.
+  QPixmapCache::setCacheLimit(std::max(QPixmapCache::cacheLimit(), 48 * 1024));
 
   progressFrame_.setSingleShot(true);
   progressFrame_.setInterval(16);
   connect(&progressFrame_, &QTimer::timeout, this, &AddPhotosVC::showProgressFrame);
   // Thumbnails are asked for once scrolling or resizing has stopped.
+  gridSettle_.setSingleShot(true);
+  gridSettle_.setInterval(150);
+  connect(&gridSettle_, &QTimer::timeout, this, &AddPhotosVC::fitGridToWidth);
   thumbnailSettle_.setSingleShot(true);
   thumbnailSettle_.setInterval(30);
   connect(&thumbnailSettle_, &QTimer::timeout, this, &AddPhotosVC::requestVisibleThumbnails);
@@ -303,7 +315,7 @@ void AddPhotosVC::buildUi() {
   splitter->addWidget(makeInformationPanel());
   splitter->setStretchFactor(0, 1);
   splitter->setStretchFactor(1, 0);
-  splitter->setSizes({900, 320});
+  splitter->setSizes({900, 360});
   root->addWidget(splitter, 1);
   root->addWidget(makeFooter());
   makePanels();
@@ -338,19 +350,19 @@ QWidget *AddPhotosVC::makeHeader() {
 
   btnAddPhotos_ = makeButton(QStringLiteral("Add Photos"),
                              QStringLiteral("Choose photos to add to the batch (Ctrl+O)"), header);
-  btnAddPhotos_->setIcon(style()->standardIcon(QStyle::SP_FileIcon));
+  btnAddPhotos_->setIcon(Theme::icon(QStringLiteral("add_photos"), Theme::accentText()));
   btnAddPhotos_->setObjectName(QStringLiteral("primaryButton"));
   btnAddFolder_ =
       makeButton(QStringLiteral("Add Folder"),
                  QStringLiteral("Add every photo of folders and their sub-folders"), header);
-  btnAddFolder_->setIcon(style()->standardIcon(QStyle::SP_DirIcon));
+  btnAddFolder_->setIcon(Theme::icon(QStringLiteral("add_folder")));
   btnAddWithFilters_ =
       makeButton(QStringLiteral("Add with Filters"),
                  QStringLiteral("Add the photos of a folder taken between two dates"), header);
-  btnAddWithFilters_->setIcon(style()->standardIcon(QStyle::SP_FileDialogDetailedView));
+  btnAddWithFilters_->setIcon(Theme::icon(QStringLiteral("calendar_filter")));
   btnLibrary_ = makeButton(QStringLiteral("Photo Library"),
                            QStringLiteral("Click here to add iPhoto/Photos library"), header);
-  btnLibrary_->setIcon(style()->standardIcon(QStyle::SP_DriveHDIcon));
+  btnLibrary_->setIcon(Theme::icon(QStringLiteral("photo_library")));
 
   connect(btnAddPhotos_, &QPushButton::clicked, this, [this] { btnAddPhotosTappedWithIndex(0); });
   connect(btnAddFolder_, &QPushButton::clicked, this, &AddPhotosVC::btnAddFolderTapped);
@@ -427,7 +439,9 @@ QWidget *AddPhotosVC::makeViews() {
   thumbnailView_->setResizeMode(QListView::Adjust);
   thumbnailView_->setMovement(QListView::Static);
   thumbnailView_->setUniformItemSizes(true);
-  thumbnailView_->setGridSize(ThumbnailDelegate::cellSize());
+  thumbnailView_->setGridSize(
+      ThumbnailDelegate::cellSizeForWidth(ThumbnailDelegate::kMinimumWidth));
+  thumbnailView_->viewport()->installEventFilter(this);
   thumbnailView_->setItemDelegate(new ThumbnailDelegate(thumbnailView_));
   thumbnailView_->setSelectionMode(QAbstractItemView::ExtendedSelection);
   thumbnailView_->setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
@@ -460,8 +474,13 @@ QWidget *AddPhotosVC::makeViews() {
   listView_->setColumnWidth(BatchTableModel::SizeColumn, 90);
   listView_->setColumnWidth(BatchTableModel::DimensionsColumn, 120);
   listView_->setColumnWidth(BatchTableModel::TypeColumn, 64);
-  listView_->setColumnWidth(BatchTableModel::ModifiedColumn, 150);
+  listView_->setColumnWidth(BatchTableModel::ModifiedColumn, 170);
+  listView_->setItemDelegateForColumn(BatchTableModel::TickColumn, new TickDelegate(listView_));
+  listView_->setIconSize(QSize(16, 16));
   viewStack_->addWidget(listView_);
+  // The headers sort the batch itself: both views, the preview and the run follow.
+  new BatchSortHeader(delegate_, columns, batchModel_, [this] { return !intake_->isRunning(); },
+                      this);
 
   for (QAbstractItemView *view : {static_cast<QAbstractItemView *>(thumbnailView_),
                                   static_cast<QAbstractItemView *>(listView_)}) {
@@ -487,7 +506,7 @@ QWidget *AddPhotosVC::makeViews() {
 QWidget *AddPhotosVC::makeInformationPanel() {
   auto *panel = new QFrame(this);
   panel->setObjectName(QStringLiteral("informationPanel"));
-  panel->setMinimumWidth(260);
+  panel->setMinimumWidth(300);
   auto *column = new QVBoxLayout(panel);
   column->setContentsMargins(14, 12, 14, 12);
   column->setSpacing(8);
@@ -514,9 +533,10 @@ QWidget *AddPhotosVC::makeInformationPanel() {
   informationView_->verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
   informationView_->verticalHeader()->setDefaultSectionSize(26);
   informationView_->horizontalHeader()->setSectionResizeMode(0, QHeaderView::ResizeToContents);
+  informationView_->horizontalHeader()->setMinimumSectionSize(60);
   informationView_->horizontalHeader()->setStretchLastSection(true);
   informationView_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-  informationView_->setTextElideMode(Qt::ElideMiddle);
+  informationView_->setTextElideMode(Qt::ElideRight);
   column->addWidget(informationView_, 1);
   return panel;
 }
@@ -544,7 +564,7 @@ QWidget *AddPhotosVC::makeFooter() {
                         QStringLiteral("Go on to choosing names, format and destination"), footer);
   btnNext_->setAccessibleName(QStringLiteral("Next: Rename & Convert"));
   btnNext_->setObjectName(QStringLiteral("primaryButton"));
-  btnNext_->setIcon(style()->standardIcon(QStyle::SP_ArrowForward));
+  btnNext_->setIcon(Theme::icon(QStringLiteral("arrow_right"), Theme::accentText()));
   btnNext_->setLayoutDirection(Qt::RightToLeft);
   connect(btnNext_, &QPushButton::clicked, this, &AddPhotosVC::btnNextTapped);
   row->addWidget(btnNext_);
@@ -715,7 +735,6 @@ void AddPhotosVC::applyStyle() {
       QStringLiteral("#addPhotosCard { background: %1; border: 1px solid %2; border-radius: 14px; }"
                      "#informationPanel { background: %1; border: 1px solid %2; "
                      "border-radius: 10px; }"
-                     "#thumbnailView, #listView { background: transparent; }"
                      "QPushButton#primaryButton { background: %3; color: %4; border: none; "
                      "border-radius: 6px; padding: 6px 16px; font-weight: 600; }"
                      "QPushButton#primaryButton:hover { background: %3; }"
@@ -896,6 +915,8 @@ void AddPhotosVC::addPhotosMessage(const AddPhotosMessage &message) {
 
 void AddPhotosVC::addPhotosWillAdd(bool withPanel) {
   progressPanelWanted_ = withPanel;
+  // The panel covers the views while adding: new rows are shown four times a second.
+  batchModel_->setInsertInterval(250);
   lastProgress_ = AddPhotosProgress{};
   lastProgress_.pictureName = QStringLiteral("fill_1.png");
   progressPending_ = true;
@@ -945,15 +966,19 @@ void AddPhotosVC::showProgressFrame() {
                                                            std::max(pathLabel_->width(), 200)));
   pathLabel_->setToolTip(p.pathText);
   progressText_->setText(p.progressText);
-  const qreal ratio = devicePixelRatioF();
-  QPixmap picture = QPixmap::fromImage(
-      AddPhotosPictures::image(p.pictureName)
-          .scaled(QSize(56, 56) * ratio, Qt::KeepAspectRatio, Qt::SmoothTransformation));
-  picture.setDevicePixelRatio(ratio);
-  progressPicture_->setPixmap(picture);
+  if (p.pictureName != shownPicture_) {
+    shownPicture_ = p.pictureName;
+    const qreal ratio = devicePixelRatioF();
+    QPixmap picture = QPixmap::fromImage(
+        AddPhotosPictures::image(p.pictureName)
+            .scaled(QSize(56, 56) * ratio, Qt::KeepAspectRatio, Qt::SmoothTransformation));
+    picture.setDevicePixelRatio(ratio);
+    progressPicture_->setPixmap(picture);
+  }
 }
 
 void AddPhotosVC::addPhotosEnded() {
+  batchModel_->setInsertInterval(0);
   progressPending_ = true;
   showProgressFrame();
   updateBatchInformationInBottomView();
@@ -962,6 +987,7 @@ void AddPhotosVC::addPhotosEnded() {
 }
 
 void AddPhotosVC::addPhotosFinished() {
+  batchModel_->setInsertInterval(0);
   hideProgressPanel();
   setInteractionEnabled(true);
   syncModel();
@@ -1357,6 +1383,23 @@ void AddPhotosVC::btnNextTapped() {
     return;
   if (flow_)
     flow_->btnNextFromAddPhotosVcTapped();
+}
+
+bool AddPhotosVC::eventFilter(QObject *watched, QEvent *event) {
+  // The cells widen to fill each line once resizing pauses: a new grid lays out every row.
+  if (watched == thumbnailView_->viewport() && event->type() == QEvent::Resize)
+    gridSettle_.start();
+  return QWidget::eventFilter(watched, event);
+}
+
+void AddPhotosVC::fitGridToWidth() {
+  const int width = thumbnailView_->viewport()->width();
+  // A few pixels of slack: the view wraps a line that fills its width exactly.
+  const int columns = std::max(1, (width - 4) / ThumbnailDelegate::kMinimumWidth);
+  const QSize grid = ThumbnailDelegate::cellSizeForWidth(
+      std::max(ThumbnailDelegate::kMinimumWidth, (width - 4) / columns));
+  if (grid != thumbnailView_->gridSize())
+    thumbnailView_->setGridSize(grid);
 }
 
 void AddPhotosVC::resizeEvent(QResizeEvent *event) {

@@ -121,6 +121,7 @@ Q_SIGNALS:
   void visibleThumbnailsShown();
 
 protected:
+  bool eventFilter(QObject *watched, QEvent *event) override;
   void resizeEvent(QResizeEvent *event) override;
   void changeEvent(QEvent *event) override;
 
@@ -169,6 +170,7 @@ private:
   void requestVisibleThumbnails();
   void visibleRows(int *first, int *last) const;
   QAbstractItemView *shownView() const;
+  void fitGridToWidth();
 
   AppDelegate *delegate_;
   ScreenFlowDelegate *flow_;
@@ -222,12 +224,14 @@ private:
 
   QTimer progressFrame_;   // the latest progress step, shown once per frame
   QTimer thumbnailSettle_; // scrolling or resizing has stopped
+  QTimer gridSettle_;      // resizing has paused: fit the cells to the width
   AddPhotosProgress lastProgress_;
   bool progressPending_ = false;
   bool thumbnailMode_ = true;
   bool progressPanelWanted_ = false;
   QStringList unreadable_;
   QString summaryText_;
+  QString shownPicture_;
   std::shared_ptr<PhotoFile> currentPhoto_;
   QList<QPointer<QWidget>> disabledDuringRun_;
 };

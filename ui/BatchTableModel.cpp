@@ -24,11 +24,14 @@ QStringList localPaths(const QMimeData *data) {
 
 BatchTableModel::BatchTableModel(ThumbnailLoader *thumbnails, QObject *parent)
     : QAbstractTableModel(parent), thumbnails_(thumbnails),
-      notAvailable_(AddPhotosPictures::image(QStringLiteral("not_av_big.png"))) {
+      notAvailable_(AddPhotosPictures::image(QStringLiteral("not_av_big.png"))),
+      notAvailableIcon_(AddPhotosPictures::icon(QStringLiteral("not_av_big.png"))) {
   // One frame's worth of thumbnails goes to the views at once.
   frame_.setSingleShot(true);
   frame_.setInterval(16);
   connect(&frame_, &QTimer::timeout, this, &BatchTableModel::emitFrameChanges);
+  insertTimer_.setSingleShot(true);
+  connect(&insertTimer_, &QTimer::timeout, this, &BatchTableModel::flushInserts);
 }
 
 int BatchTableModel::rowCount(const QModelIndex &parent) const {
@@ -75,8 +78,11 @@ QVariant BatchTableModel::data(const QModelIndex &index, int role) const {
     return index.column() == TickColumn ? QStringLiteral("Tick %1").arg(photo.fileName)
                                         : data(index, Qt::DisplayRole);
   case Qt::DecorationRole:
-    if (index.column() != NameColumn)
-      return {};
+    // The list shows only the not-available mark; the thumbnail view draws ThumbnailRole.
+    if (index.column() == NameColumn && missing)
+      return notAvailableIcon_;
+    return {};
+  case ThumbnailRole:
     if (missing)
       return notAvailable_;
     if (const QImage *thumbnail = thumbnails_ ? thumbnails_->cached(photo.filePath) : nullptr)
@@ -175,24 +181,46 @@ bool BatchTableModel::dropMimeData(const QMimeData *data, Qt::DropAction action,
 }
 
 void BatchTableModel::batchWillInsert(qsizetype first, qsizetype count) {
-  if (count <= 0 || first != rows_.size())
-    return; // not where this model's rows end: the did step resynchronises
-  insertFirst_ = first;
-  insertCount_ = count;
-  beginInsertRows({}, int(first), int(first + count - 1));
+  // Rows are taken from the batch after the change; the model's own list stays a prefix of
+  // the batch until then.
+  (void)first;
+  (void)count;
 }
 
 void BatchTableModel::batchDidInsert(const Batch &batch) {
-  if (insertFirst_ < 0) {
+  source_ = &batch;
+  if (insertInterval_ <= 0)
+    flushInserts();
+  else if (!insertTimer_.isActive())
+    insertTimer_.start(insertInterval_);
+}
+
+void BatchTableModel::setInsertInterval(int ms) {
+  insertInterval_ = ms;
+  if (ms <= 0)
+    flushInserts();
+}
+
+void BatchTableModel::flushInserts() {
+  insertTimer_.stop();
+  if (!source_)
+    return;
+  const Batch &batch = *source_;
+  source_ = nullptr;
+  // Every change is announced, so the rows are still the batch's first rows: checking the
+  // last one catches a batch replaced behind the model's back.
+  if (batch.size() <= rows_.size() ||
+      (!rows_.isEmpty() && batch.at(rows_.size() - 1) != rows_.last())) {
     syncWithBatch(batch);
     return;
   }
-  rows_.append(batch.mid(insertFirst_, insertCount_));
-  insertFirst_ = -1;
+  beginInsertRows({}, int(rows_.size()), int(batch.size() - 1));
+  rows_.append(batch.mid(rows_.size()));
   endInsertRows();
 }
 
 void BatchTableModel::batchWillRemove(qsizetype first, qsizetype count) {
+  flushInserts();
   if (count <= 0 || first < 0 || first + count > rows_.size())
     return;
   removeFirst_ = first;
@@ -213,6 +241,8 @@ void BatchTableModel::batchDidRemove() {
 }
 
 void BatchTableModel::syncWithBatch(const Batch &batch) {
+  source_ = nullptr;
+  insertTimer_.stop();
   // Only removals: take away runs of missing rows from the end, so the rest stay put.
   bool onlyRemovals = batch.size() <= rows_.size();
   if (onlyRemovals) {
@@ -299,7 +329,7 @@ void BatchTableModel::setMissing(const QSet<const PhotoFile *> &missing) {
   missing_ = missing;
   if (!rows_.isEmpty())
     Q_EMIT dataChanged(index(0, 0), index(int(rows_.size()) - 1, ColumnCount - 1),
-                       {Qt::DecorationRole, Qt::ToolTipRole, MissingRole});
+                       {Qt::DecorationRole, ThumbnailRole, Qt::ToolTipRole, MissingRole});
 }
 
 void BatchTableModel::markMissing(const PhotoFile *photo) {
@@ -309,7 +339,7 @@ void BatchTableModel::markMissing(const PhotoFile *photo) {
   const int row = rowOfPhoto(photo);
   if (row >= 0)
     Q_EMIT dataChanged(index(row, 0), index(row, ColumnCount - 1),
-                       {Qt::DecorationRole, Qt::ToolTipRole, MissingRole});
+                       {Qt::DecorationRole, ThumbnailRole, Qt::ToolTipRole, MissingRole});
 }
 
 bool BatchTableModel::isMissing(int row) const {
@@ -334,5 +364,5 @@ void BatchTableModel::emitFrameChanges() {
   const int last = std::min(visibleLast_, int(rows_.size()) - 1);
   if (visibleFirst_ >= 0 && visibleFirst_ <= last)
     Q_EMIT dataChanged(index(visibleFirst_, NameColumn), index(last, NameColumn),
-                       {Qt::DecorationRole, ThumbnailStateRole});
+                       {ThumbnailRole, ThumbnailStateRole});
 }

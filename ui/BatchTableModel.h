@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QAbstractTableModel>
+#include <QIcon>
 #include <QImage>
 #include <QList>
 #include <QSet>
@@ -37,6 +38,7 @@ public:
     SizeTextRole,       // "Size 2.10 MB"
     MissingRole,        // the file has gone from disk
     ThumbnailStateRole, // 0 waiting, 1 made, 2 failed
+    ThumbnailRole,      // QImage: the thumbnail, or the not-available picture
   };
 
   explicit BatchTableModel(ThumbnailLoader *thumbnails, QObject *parent = nullptr);
@@ -59,6 +61,10 @@ public:
   // is read for the rows that arrived (always at the end) or drop the rows that went.
   void batchWillInsert(qsizetype first, qsizetype count);
   void batchDidInsert(const Batch &batch);
+  // While a long add runs, rows may be shown in larger steps (every interval ms) instead of
+  // each slice of the run: a view re-lays out all its rows on each insertion.
+  void setInsertInterval(int ms);
+  void flushInserts();
   void batchWillRemove(qsizetype first, qsizetype count);
   void batchDidRemove();
   // The batch changed without notice (a new batch, skipped photos sent back): rows become
@@ -96,6 +102,9 @@ private:
 
   ThumbnailLoader *thumbnails_;
   Batch rows_;
+  const Batch *source_ = nullptr; // the batch whose announced rows wait to be shown
+  QTimer insertTimer_;
+  int insertInterval_ = 0;
   qsizetype insertFirst_ = -1; // an announced change under way
   qsizetype insertCount_ = 0;
   qsizetype removeFirst_ = -1;
@@ -108,4 +117,5 @@ private:
   bool thumbnailsDirty_ = false;
   bool tickingEnabled_ = true;
   QImage notAvailable_;
+  QIcon notAvailableIcon_;
 };

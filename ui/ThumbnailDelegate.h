@@ -10,10 +10,25 @@ class ThumbnailDelegate : public QStyledItemDelegate {
 public:
   using QStyledItemDelegate::QStyledItemDelegate;
 
-  // The cell's size (the view's grid); the picture takes its width.
-  static QSize cellSize();
+  // The narrowest cell; the view widens its cells to fill each line.
+  static constexpr int kMinimumWidth = 176;
+  // A cell of the given width: a square picture and two lines of text.
+  static QSize cellSizeForWidth(int width) { return {width, width + 44}; }
 
   void paint(QPainter *painter, const QStyleOptionViewItem &option,
              const QModelIndex &index) const override;
   QSize sizeHint(const QStyleOptionViewItem &option, const QModelIndex &index) const override;
+};
+
+// The tick column of the list view: the tick pictures, toggled by a click anywhere in the
+// cell or by Space.
+class TickDelegate : public QStyledItemDelegate {
+  Q_OBJECT
+public:
+  using QStyledItemDelegate::QStyledItemDelegate;
+
+  void paint(QPainter *painter, const QStyleOptionViewItem &option,
+             const QModelIndex &index) const override;
+  bool editorEvent(QEvent *event, QAbstractItemModel *model, const QStyleOptionViewItem &option,
+                   const QModelIndex &index) override;
 };

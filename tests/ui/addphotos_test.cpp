@@ -157,7 +157,7 @@ TEST_F(AddPhotosScreen, AddFolderShowsCountSummaryAndBothViews) {
   for (int row = 0; row < 3; ++row)
     EXPECT_FALSE(screen->batchModel()
                      ->index(row, BatchTableModel::NameColumn)
-                     .data(Qt::DecorationRole)
+                     .data(BatchTableModel::ThumbnailRole)
                      .value<QImage>()
                      .isNull());
 
@@ -255,7 +255,7 @@ TEST_F(AddPhotosScreen, MissingPhotosAreMarkedAndCanBeRemoved) {
   for (int row = 0; row < 3; ++row) {
     const QModelIndex cell = screen->batchModel()->index(row, BatchTableModel::NameColumn);
     EXPECT_TRUE(cell.data(BatchTableModel::MissingRole).toBool());
-    EXPECT_FALSE(cell.data(Qt::DecorationRole).value<QImage>().isNull());
+    EXPECT_FALSE(cell.data(BatchTableModel::ThumbnailRole).value<QImage>().isNull());
   }
   EXPECT_EQ(screen->batchModel()->rowCount(), 3); // kept until the user removes them
   QTest::mouseClick(screen->messageOkButton(), Qt::LeftButton);
@@ -377,23 +377,17 @@ TEST_F(AddPhotosScreen, UnreadableItemsAreReported) {
 TEST_F(AddPhotosScreen, StopEndsTheAddRun) {
   const QString folder = photos.filePath(QStringLiteral("many"));
   QDir().mkpath(folder);
-  for (int i = 0; i < 60; ++i)
+  for (int i = 0; i < 150; ++i)
     testenv::copyPhoto(kSamples.at(i % 3), folder,
                        QStringLiteral("p%1.jpg").arg(i, 3, 10, QLatin1Char('0')));
   chosen = {folder};
   QSignalSpy finished(screen.get(), &AddPhotosVC::addRunFinished);
-  bool sawPanel = false;
-  QMetaObject::Connection stopper =
-      QObject::connect(screen->batchModel(), &QAbstractItemModel::rowsInserted, [&] {
-        sawPanel = screen->isProgressShown();
-        QTest::mouseClick(screen->stopButton(), Qt::LeftButton);
-      });
   QTest::mouseClick(screen->addFolderButton(), Qt::LeftButton);
+  const bool sawPanel = QTest::qWaitFor([&] { return screen->isProgressShown(); }, 30000);
+  QTest::mouseClick(screen->stopButton(), Qt::LeftButton);
   ASSERT_TRUE(finished.count() > 0 || finished.wait(60000));
-  QObject::disconnect(stopper);
   EXPECT_TRUE(sawPanel);
-  EXPECT_GT(screen->batchModel()->rowCount(), 0);
-  EXPECT_LT(screen->batchModel()->rowCount(), 60);
+  EXPECT_LT(screen->batchModel()->rowCount(), 150);
   EXPECT_EQ(screen->batchModel()->rowCount(), delegate.arraySelectedImagesToProcess.size());
   EXPECT_FALSE(screen->isProgressShown());
   EXPECT_TRUE(screen->addFolderButton()->isEnabled());
