@@ -490,10 +490,10 @@ TEST_F(PreviewCommand, OptionsFileAndShortFormsOverridingIt) {
 
 TEST_F(PreviewCommand, BadUsageExits64) {
   const QString junk = testenv::writeFile(dir.filePath("junk.plist"), "not a plist at all");
-  const QString format12 = plist("f.plist", "<key>Output Format</key><integer>12</integer>");
+  const QString format99 = plist("f.plist", "<key>Output Format</key><integer>99</integer>");
   for (const QStringList &args :
        {QStringList{"--settings", junk, src}, QStringList{"--options", junk, src},
-        QStringList{"--settings", format12, src}, QStringList{"--format", "webp", src},
+        QStringList{"--settings", format99, src}, QStringList{"--format", "xyz", src},
         QStringList{"--from", "2024-01-01", src}, QStringList{"--quality", "1.5", src},
         QStringList{"--start", "x", src}, QStringList{"--bogus", src}, QStringList{}}) {
     const auto r = preview(args);
