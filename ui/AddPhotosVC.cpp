@@ -9,6 +9,7 @@
 #include "platform/StandardFolders.h"
 #include "ui/AddPhotosPictures.h"
 #include "ui/BatchSortHeader.h"
+#include "ui/BatchSortHeader.h"
 #include "ui/BatchTableModel.h"
 #include "ui/PhotoInformationModel.h"
 #include "ui/ScreenFlowDelegate.h"
@@ -478,6 +479,9 @@ QWidget *AddPhotosVC::makeViews() {
   listView_->setItemDelegateForColumn(BatchTableModel::TickColumn, new TickDelegate(listView_));
   listView_->setIconSize(QSize(16, 16));
   viewStack_->addWidget(listView_);
+  // The headers sort the batch itself: both views, the preview and the run follow.
+  new BatchSortHeader(delegate_, columns, batchModel_, [this] { return !intake_->isRunning(); },
+                      this);
   // The headers sort the batch itself: both views, the preview and the run follow.
   new BatchSortHeader(delegate_, columns, batchModel_, [this] { return !intake_->isRunning(); },
                       this);
