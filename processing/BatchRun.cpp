@@ -43,6 +43,8 @@ const char kPrepareHandOff = 0;
 struct BatchRun::Shared {
   std::mutex mutex;
   BatchRun *owner = nullptr; // null once the run is destroyed
+  // Calls queued by the loop for the owner's thread, taken by runQueuedCall.
+  std::deque<std::function<void(BatchRun &)>> calls;
   QThread *ownerThread = nullptr;
   std::atomic<bool> ownerGone{false};
   std::atomic<bool> skipCurrent{false};
@@ -142,11 +144,15 @@ BatchRun::BatchRun(AppDelegate *delegate, QObject *parent)
 BatchRun::~BatchRun() {
   // A loop still running finishes its photo by itself and reports to no one; its reports
   // already posted are dropped with this object's events.
+  std::deque<std::function<void(BatchRun &)>> unrun;
   {
     std::lock_guard<std::mutex> lock(shared_->mutex);
     shared_->owner = nullptr;
+    unrun.swap(shared_->calls);
   }
   shared_->ownerGone = true;
+  // Dropped unrun, which lets a loop waiting for one of them go on.
+  unrun.clear();
   if (loopRunning_)
     delegate_->isPHOTOS_PROCESSING_IN_PROGERESS = false;
 }
@@ -178,13 +184,25 @@ bool BatchRun::Loop::onOwner(std::function<void(BatchRun &)> work, bool wait) {
     // Kept by the call: let go once it has run, or when it is dropped unrun because the run
     // was destroyed first. Either way the loop goes on.
     std::shared_ptr<void> signal(nullptr, [done](void *) { done->set_value(); });
-    QMetaObject::invokeMethod(
-        owner, [owner, work = std::move(work), signal = std::move(signal)] { work(*owner); },
-        Qt::QueuedConnection);
+    shared->calls.push_back(
+        [work = std::move(work), signal = std::move(signal)](BatchRun &run) { work(run); });
+    QMetaObject::invokeMethod(owner, "runQueuedCall", Qt::QueuedConnection);
   }
   if (wait)
     finished.wait();
   return true;
+}
+
+void BatchRun::runQueuedCall() {
+  std::function<void(BatchRun &)> call;
+  {
+    std::lock_guard<std::mutex> lock(shared_->mutex);
+    if (shared_->calls.empty())
+      return;
+    call = std::move(shared_->calls.front());
+    shared_->calls.pop_front();
+  }
+  call(*this);
 }
 
 qsizetype BatchRun::batchCount() const {

@@ -212,6 +212,9 @@ private:
   // The delegate's batch and destinations become the run's, unless start() gave them.
   void takeBatch();
   void loopFinished(bool brokeOnFlag);
+  // Runs the oldest call the loop queued for this thread. Called by name, so the call carries
+  // no data: the loop's calls travel under the shared lock, where ThreadSanitizer sees them.
+  Q_INVOKABLE void runQueuedCall();
   void writeSummaryAndEnd(bool finished);
   qsizetype batchCount() const;
   void log(const QString &line);
