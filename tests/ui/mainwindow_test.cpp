@@ -1,4 +1,5 @@
 #include "app/AppDelegate.h"
+#include "app/CommandLine.h"
 #include "app/NotificationCenter.h"
 #include "app/Notifications.h"
 #include "intake/PhotoFile.h"
@@ -10,11 +11,13 @@
 #include <QAbstractButton>
 #include <QAccessible>
 #include <QApplication>
+#include <QDir>
 #include <QPushButton>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTimer>
 #include <QToolButton>
+#include <QUrl>
 #include <gtest/gtest.h>
 
 #include <memory>
@@ -440,4 +443,29 @@ TEST_F(MainWindowTest, EveryControlHasANameAndTheKeyboardReachesIt) {
   EXPECT_EQ(QApplication::focusWidget(), window->setupButton());
   QTest::keyClick(window->setupButton(), Qt::Key_Space);
   EXPECT_EQ(window->Step, 3);
+}
+
+TEST(OpenCommand, OpensTheWindowWithThePathsThatExist) {
+  QTemporaryDir folder;
+  const QString photo = testenv::writeFile(folder.filePath(QStringLiteral("a b.jpg")), "x");
+  QDir().mkpath(folder.filePath(QStringLiteral("trip")));
+  const QString previous = QDir::currentPath();
+  ASSERT_TRUE(QDir::setCurrent(folder.path()));
+  const QByteArray url =
+      QUrl::fromLocalFile(photo).toEncoded(); // "a%20b.jpg", as file managers send
+  QByteArray args[] = {"quillmere", "open", "trip", url, "missing.jpg", "./trip/../a b.jpg"};
+  char *argv[] = {args[0].data(), args[1].data(), args[2].data(),
+                  args[3].data(), args[4].data(), args[5].data()};
+  EXPECT_TRUE(app::CommandLine::wantsWindow(6, argv));
+  const QStringList paths = app::CommandLine::pathsToOpen(6, argv);
+  QDir::setCurrent(previous);
+  // Absolute, cleaned, in the order given; the missing one is reported and left out.
+  EXPECT_EQ(paths,
+            (QStringList{QDir(folder.path()).filePath(QStringLiteral("trip")), photo, photo}));
+
+  char *info[] = {args[0].data(), const_cast<char *>("info"), args[2].data()};
+  EXPECT_FALSE(app::CommandLine::wantsWindow(3, info));
+  EXPECT_TRUE(app::CommandLine::pathsToOpen(3, info).isEmpty());
+  EXPECT_TRUE(app::CommandLine::wantsWindow(1, argv));
+  EXPECT_TRUE(app::CommandLine::usageText().contains(QStringLiteral("quillmere open PATH...")));
 }
