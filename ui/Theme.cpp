@@ -50,7 +50,9 @@ QPalette makePalette() {
   QPalette p;
   p.setColor(QPalette::Window, c.window);
   p.setColor(QPalette::WindowText, c.text);
-  p.setColor(QPalette::Base, c.surface);
+  // Unstyled check boxes and radio buttons are filled with Base and outlined by a darker
+  // Window; on a dark window they need a lighter fill to be seen at all.
+  p.setColor(QPalette::Base, gDark ? c.raised.lighter(145) : c.surface);
   p.setColor(QPalette::AlternateBase, c.raised);
   p.setColor(QPalette::ToolTipBase, c.raised);
   p.setColor(QPalette::ToolTipText, c.text);
