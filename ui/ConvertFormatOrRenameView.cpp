@@ -6,6 +6,7 @@
 #include "platform/Workspace.h"
 #include "rename/BatchRenameSetting.h"
 #include "rename/OutputOptionSettings.h"
+#include "ui/PresetsPanel.h"
 #include "ui/PreviewFilterButton.h"
 #include "ui/PreviewPathDelegate.h"
 #include "ui/PreviewTableModel.h"
@@ -246,6 +247,10 @@ QComboBox *ConvertFormatOrRenameView::addOptionList(QWidget *group, int kind, co
 }
 
 void ConvertFormatOrRenameView::buildRenamePanel(QWidget *panel) {
+  // A preset applied fills the delegate's records: the screen reads them as on opening.
+  auto *presets = new PresetsPanel(delegate_, panel);
+  connect(presets, &PresetsPanel::applied, this, &ConvertFormatOrRenameView::setupViewNotification);
+  panel->layout()->addWidget(presets);
   panel->layout()->addWidget(sectionTitle(tr("RENAME")));
 
   auto *modes = new QWidget;
