@@ -305,14 +305,22 @@ QWidget *SetupVC::buildSummaryView() {
   connect(outputFolderButton_, &QPushButton::clicked, this,
           [this] { run_.btnOpenOutputFolderTapped(); });
   connect(showLogButton_, &QPushButton::clicked, this, [this] { run_.btnShowLogsTapped(); });
-  connect(processSkippedButton_, &QPushButton::clicked, this,
-          [this] { run_.btnProcessSkippedFilesTapped(); });
+  // Both leave for the add-photos screen; this screen shows its settings when it comes back.
+  connect(processSkippedButton_, &QPushButton::clicked, this, [this] {
+    showPage(SettingsPage);
+    run_.btnProcessSkippedFilesTapped();
+  });
   connect(startNewBatchButton_, &QPushButton::clicked, this, [this] {
+    showPage(SettingsPage);
     if (flow_)
       flow_->btnStartNewBatchFromSetupVCTapped();
   });
   connect(backToSettingsButton_, &QPushButton::clicked, this, &SetupVC::performBackOnSummaryAction);
   return view;
+}
+
+Sheet *SetupVC::currentSheet() const {
+  return sheet_;
 }
 
 SetupVC::Page SetupVC::currentPage() const {

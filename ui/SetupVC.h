@@ -39,7 +39,7 @@ public:
   BatchRun &batchRun() { return run_; }
   Page currentPage() const;
   // The sheet this screen has up (abort, low space, overwrite, alerts, start prompt), if any.
-  Sheet *currentSheet() const { return sheet_; }
+  Sheet *currentSheet() const;
 
   // --- Starting ---
   // The settings view's start: the checks again, then alert 115, the start prompt or the run.
