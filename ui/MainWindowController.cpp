@@ -19,6 +19,7 @@
 #include <QMouseEvent>
 #include <QPainter>
 #include <QScreen>
+#include <QShowEvent>
 #include <QStackedWidget>
 #include <QTimer>
 #include <QToolButton>
@@ -481,6 +482,23 @@ void MainWindowController::closeEvent(QCloseEvent *event) {
   // keyboard shortcut, the taskbar) goes the way of the close button.
   event->ignore();
   btnCloseWindowTapped();
+}
+
+void MainWindowController::showEvent(QShowEvent *event) {
+  QWidget::showEvent(event);
+  if (shown_ || !myCurrentViewController)
+    return;
+  shown_ = true;
+  // Keyboard work starts on the screen, not on the title bar's buttons.
+  for (QWidget *w = myCurrentViewController->nextInFocusChain(); w && w != myCurrentViewController;
+       w = w->nextInFocusChain()) {
+    if (!myCurrentViewController->isAncestorOf(w))
+      break;
+    if ((w->focusPolicy() & Qt::TabFocus) && w->isEnabled() && w->isVisibleTo(this)) {
+      w->setFocus(Qt::TabFocusReason);
+      break;
+    }
+  }
 }
 
 Qt::Edges MainWindowController::edgesAt(const QPoint &pos) const {

@@ -99,6 +99,7 @@ Q_SIGNALS:
 
 protected:
   void closeEvent(QCloseEvent *event) override;
+  void showEvent(QShowEvent *event) override;
   void mousePressEvent(QMouseEvent *event) override;
   void resizeEvent(QResizeEvent *event) override;
   void changeEvent(QEvent *event) override;
@@ -136,4 +137,5 @@ private:
   QPoint initialLocation;
   QTimer *endResizeTimer_ = nullptr;
   bool quitting_ = false;
+  bool shown_ = false;
 };

@@ -238,6 +238,16 @@ TEST_F(MainWindowTest, WithASheetUpTheWindowButtonsDoNothing) {
   EXPECT_TRUE(window->minimizeButton()->isEnabled());
 }
 
+TEST_F(MainWindowTest, DoubleClickOnTheTitleBarZooms) {
+  QTest::mouseDClick(window->titleBar(), Qt::LeftButton, {}, QPoint(200, 20));
+  EXPECT_TRUE(window->isFullscreenEnable);
+  EXPECT_FALSE(window->minimizeButton()->isEnabled());
+  QTest::mouseDClick(window->titleBar(), Qt::LeftButton, {}, QPoint(200, 20));
+  EXPECT_FALSE(window->isFullscreenEnable);
+  EXPECT_TRUE(window->minimizeButton()->isEnabled());
+  EXPECT_TRUE(log->flow().isEmpty());
+}
+
 TEST_F(MainWindowTest, DeletedPhotosAlertNamesOneOrMany) {
   QTemporaryDir folder;
   const QString kept = testenv::writeFile(folder.filePath(QStringLiteral("kept.jpg")), "x");
