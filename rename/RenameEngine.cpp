@@ -116,7 +116,10 @@ QString RenameEngine::cachedDateText(const QDateTime &date) {
   const QDateTime local = date.toLocalTime();
   const QDate day = local.date();
   if (day != cachedDay_ || cachedDayText_.isEmpty()) {
-    cachedDayText_ = dateText(date, dayPattern_);
+    auto known = dayTexts_.constFind(day);
+    if (known == dayTexts_.cend())
+      known = dayTexts_.insert(day, dateText(date, dayPattern_));
+    cachedDayText_ = known.value();
     cachedDay_ = day;
   }
   if (timePattern_.isEmpty())

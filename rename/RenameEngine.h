@@ -125,6 +125,8 @@ private:
   QString timePattern_;
   QDate cachedDay_;
   QString cachedDayText_;
+  // Every day's text made so far: photos of a few days in any order format each day once.
+  QHash<QDate, QString> dayTexts_;
   QHash<int, QString> timeTexts_;
   // The time part's fields between ":" ("hh", "mm", "s") with the texts made so far by the
   // value of the clock reading each one shows (unit 0 hour, 1 minute, 2 second).
