@@ -9,6 +9,7 @@
 #include <QDebug>
 #include <QFile>
 #include <QRect>
+#include <QTemporaryFile>
 
 #include <cmath>
 #include <cstdio>
@@ -202,11 +203,20 @@ QString ImageProcessing::saveThumbnailForFile(const QString &path, int thumbnail
   const std::optional<VImage> thumbnail = getThumbnailForFile(path, thumbnailWidth, thumbnaiHeight);
   if (!thumbnail)
     return {};
-  const QString target = platform::temporaryDirectory() + QLatin1Char('/') +
-                         platform::PathText::stringByDeletingPathExtension(
-                             platform::PathText::lastPathComponent(path)) +
-                         QStringLiteral("_thumbnail.png");
-  return saveImage(*thumbnail, target) ? target : QString();
+  // A name of its own: two callers thumbnailing photos of the same name never share a file.
+  QTemporaryFile file(platform::temporaryDirectory() + QLatin1Char('/') +
+                      platform::PathText::stringByDeletingPathExtension(
+                          platform::PathText::lastPathComponent(path)) +
+                      QStringLiteral("_thumbnail_XXXXXX.png"));
+  file.setAutoRemove(false);
+  if (!file.open())
+    return {};
+  const QString target = file.fileName();
+  file.close();
+  if (saveImage(*thumbnail, target))
+    return target;
+  QFile::remove(target);
+  return {};
 }
 
 std::optional<VImage> ImageProcessing::thumbnailImage(const VImage &image) {
