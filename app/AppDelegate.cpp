@@ -89,13 +89,23 @@ const QStringList &AppDelegate::stillImageFormats() {
                                    QStringLiteral("jpg"),
                                    QStringLiteral("jpeg"),
                                    QStringLiteral("png"),
-                                   QStringLiteral("jp2")};
+                                   QStringLiteral("jp2"),
+                                   QStringLiteral("webp"),
+                                   QStringLiteral("avif"),
+                                   QStringLiteral("heic"),
+                                   QStringLiteral("jxl")};
   return list;
 }
 
 void AppDelegate::loadSupportedImageFormats() {
-  arrFileFormatsSupported = stillImageFormats();
+  // "pdf" keeps index 8; the newer formats come after it so saved indexes keep their meaning.
+  // They stay in the list when this system cannot write one (the indexes stay put); the
+  // screens and the command line ask platform::EncoderSupport before offering it.
+  const QStringList &still = stillImageFormats();
+  const qsizetype firstModern = still.indexOf(QStringLiteral("webp"));
+  arrFileFormatsSupported = still.mid(0, firstModern);
   arrFileFormatsSupported.append(QStringLiteral("pdf"));
+  arrFileFormatsSupported.append(still.mid(firstModern));
 }
 
 QString AppDelegate::getOsVersion() {

@@ -100,8 +100,9 @@ public:
   // the first-launch wipe and the rating question belong to the window's start-up.
   void prepareForHeadlessCommand();
   void loadSupportedImageFormats();
-  // The format list up to "jp2": "Keep original format" then the formats the still-image
-  // encoder writes; "pdf" follows them in arrFileFormatsSupported.
+  // "Keep original format" then the formats the still-image encoder writes, "tif" to "jp2"
+  // then "webp", "avif", "heic", "jxl"; in arrFileFormatsSupported "pdf" sits between "jp2"
+  // and "webp" (index 8).
   static const QStringList &stillImageFormats();
   // "major.minor" of the running system; sets one of the OS flags.
   QString getOsVersion();

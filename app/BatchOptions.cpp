@@ -4,6 +4,7 @@
 #include "app/CommandLine.h"
 #include "intake/AddPhotosConsole.h"
 #include "intake/PhotoIntake.h"
+#include "platform/EncoderSupport.h"
 #include "platform/Files.h"
 #include "platform/PropertyList.h"
 #include "platform/StandardFolders.h"
@@ -37,7 +38,8 @@ const QStringList kFlags = {"-r",          "--recursive",  "--beside",
                             "--lower-ext", "--upper-ext",  "--reverse"};
 
 QStringList formatNames() {
-  return {"keep", "tif", "bmp", "gif", "jpg", "jpeg", "png", "jp2", "pdf"};
+  return {"keep", "tif", "bmp",  "gif",  "jpg",  "jpeg", "png",
+          "jp2",  "pdf", "webp", "avif", "heic", "jxl"};
 }
 
 bool readPlist(const QString &file, QVariantMap *dict, QString *error) {
@@ -375,8 +377,15 @@ bool parse(const QStringList &args, const QStringList &extraFlags, Parsed *out, 
     out->options->createOutputFolderIfMissing();
 
   const qint32 format = out->setting->outputFormatIndex();
-  if (format < 0 || format > 8) {
-    *error = QStringLiteral("output format %1 is outside 0-8").arg(format);
+  if (format < 0 || format >= formatNames().size()) {
+    *error = QStringLiteral("output format %1 is outside 0-%2")
+                 .arg(format)
+                 .arg(formatNames().size() - 1);
+    return false;
+  }
+  // A format this system cannot write is refused here, before anything runs.
+  if (!platform::EncoderSupport::canEncode(formatNames().at(format))) {
+    *error = platform::EncoderSupport::unavailableMessage(formatNames().at(format));
     return false;
   }
   if (out->from.isValid() != out->to.isValid()) {
@@ -397,8 +406,10 @@ QString helpText() {
       "                           below override it\n"
       "  --settings FILE          rename and format settings (property list)\n"
       "  --options FILE           output options (property list)\n"
-      "  --format F               keep|tif|bmp|gif|jpg|jpeg|png|jp2|pdf\n"
-      "  --quality F              0.0-1.0 (sets \"Set Quality\")\n"
+      "  --format F               keep|tif|bmp|gif|jpg|jpeg|png|jp2|pdf|webp|avif|heic|jxl\n"
+      "                           (webp, avif, heic and jxl when this system can write them)\n"
+      "  --quality F              0.0-1.0 (sets \"Set Quality\"; jpg, jpeg, jp2, webp, avif,\n"
+      "                           heic, jxl)\n"
       "  --compression N          0-9 (sets \"Set Compression\")\n"
       "  --copy DIR | --move DIR | --beside   where the results go\n"
       "  --overwrite              replace existing files instead of reporting them\n"

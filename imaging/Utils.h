@@ -85,7 +85,8 @@ public:
 
   // --- Encoding (UtilsEncode.cpp) ---
 
-  // Writes one file of representation type 0-6 (TIFF, BMP, GIF, JPEG, JPEG, PNG, JPEG 2000)
+  // Writes one file of representation type 0-10 (TIFF, BMP, GIF, JPEG, JPEG, PNG, JPEG 2000,
+  // WebP, AVIF, HEIC, JPEG XL)
   // at path (the writer gives a temporary file that it renames into place), with the
   // properties of the source file sourcePath carried by the metadata writer (not for GIF and
   // BMP), "Orientation" 1 when automatic correction is on. factor is the lossy quality (0-1).
@@ -107,10 +108,14 @@ public:
   // for GIF and BMP), "Orientation" 1 when automatic correction is on, and the bitmap's ICC
   // profile embedded so the output looks as its source does: what
   // saveImageInSelectedFormat writes, in memory, so it can be made ahead of its turn.
+  // takenDate ("YYYY:MM:DD HH:MM:SS"), when given, replaces the carried DateTimeOriginal and
+  // CreateDate. AVIF, HEIC and JPEG XL take the metadata through their encoder; a format the
+  // system cannot write gives none, with the reason.
   std::optional<EncodedFile> encodeWithProperties(int repType, const vips::VImage &bitmap,
                                                   const QVariantMap &exifDict, float factor,
                                                   int compressionLevel, const QString &sourcePath,
-                                                  QString *reason = nullptr);
+                                                  QString *reason = nullptr,
+                                                  const QString &takenDate = QString());
   // The properties dictionary of image 0 of the file; empty when it cannot be opened.
   QVariantMap getImageeExifDict(const QString &path);
   // The image as the encoders take it (8-bit sRGB, alpha kept).

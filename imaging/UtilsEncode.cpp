@@ -2,6 +2,7 @@
 
 #include "app/AppDelegate.h"
 #include "imaging/ImageProcessing.h"
+#include "platform/EncoderSupport.h"
 #include "platform/MetadataCopy.h"
 #include "platform/SafeWrite.h"
 #include "processing/ProcessingLog.h"
@@ -133,6 +134,22 @@ std::optional<EncodedFile> encodePixels(const VImage &image, int repType, float 
     case 6:
       return takeBlob(
           image.jp2ksave_buffer(VImage::option()->set("Q", quality)->set("strip", true)));
+    // The newer formats take their metadata as blobs attached to the image (see
+    // withModernMetadata): their savers are told to keep it.
+    case 7:
+      return takeBlob(
+          image.webpsave_buffer(VImage::option()->set("Q", quality)->set("strip", true)));
+    case 8:
+    case 9:
+      return takeBlob(image.heifsave_buffer(
+          VImage::option()
+              ->set("Q", quality)
+              ->set("compression", repType == 8 ? VIPS_FOREIGN_HEIF_COMPRESSION_AV1
+                                                : VIPS_FOREIGN_HEIF_COMPRESSION_HEVC)
+              ->set("strip", !withProfile)));
+    case 10:
+      return takeBlob(
+          image.jxlsave_buffer(VImage::option()->set("Q", quality)->set("strip", !withProfile)));
     default:
       if (reason)
         *reason = QStringLiteral("unknown representation type %1").arg(repType);
@@ -143,6 +160,61 @@ std::optional<EncodedFile> encodePixels(const VImage &image, int repType, float 
       *reason = QString::fromUtf8(error.what()).trimmed();
     return std::nullopt;
   }
+}
+
+// The formats libvips writes through libheif and libjxl, whose containers Exiv2 cannot
+// rewrite: the metadata goes in through the encoder instead.
+bool takesMetadataFromEncoder(int repType) {
+  return repType >= 8 && repType <= 10;
+}
+
+const char *formatName(int repType) {
+  switch (repType) {
+  case 7:
+    return "webp";
+  case 8:
+    return "avif";
+  case 9:
+    return "heic";
+  case 10:
+    return "jxl";
+  default:
+    return "";
+  }
+}
+
+// AVIF, HEIC and JPEG XL: the pixels with their profile and the source's EXIF and XMP
+// (fitted to the output by the metadata writer) encoded in one pass; JPEG XL's codestream
+// then goes into the container that holds the EXIF and XMP boxes.
+std::optional<EncodedFile> encodeWithMetadataBlobs(const VImage &pixels, int repType, float factor,
+                                                   const QString &sourcePath,
+                                                   const platform::MetadataCopy::Options &options,
+                                                   QString *reason) {
+  QByteArray exifTiff;
+  QByteArray xmp;
+  QString why;
+  if (options.carryMetadata &&
+      !platform::MetadataCopy::metadataBlobs(sourcePath, options, &exifTiff, &xmp, &why))
+    qCInfo(lcProcessing).noquote()
+        << QStringLiteral("metadata of %1 not carried: %2").arg(sourcePath, why);
+  VImage image = withProfileOnly(pixels);
+  if (repType != 10) {
+    if (!exifTiff.isEmpty()) {
+      // libvips' blobs hold the EXIF with its "Exif" header, as JPEG's APP1 does.
+      const QByteArray exif = QByteArrayLiteral("Exif\0\0") + exifTiff;
+      vips_image_set_blob_copy(image.get_image(), VIPS_META_EXIF_NAME, exif.constData(),
+                               size_t(exif.size()));
+    }
+    if (!xmp.isEmpty())
+      vips_image_set_blob_copy(image.get_image(), VIPS_META_XMP_NAME, xmp.constData(),
+                               size_t(xmp.size()));
+  }
+  std::optional<EncodedFile> bytes = encodePixels(image, repType, factor, -1, reason, true);
+  if (!bytes || repType != 10)
+    return bytes;
+  auto container = std::make_shared<QByteArray>(
+      platform::EncoderSupport::jxlContainer(bytes->bytes(), exifTiff, xmp));
+  return EncodedFile(container, container->constData(), container->size());
 }
 
 } // namespace
@@ -156,8 +228,23 @@ std::optional<EncodedFile> Utils::encodeImageToBuffer(const VImage &input, int r
 std::optional<EncodedFile> Utils::encodeWithProperties(int repType, const VImage &bitmap,
                                                        const QVariantMap &exifDict, float factor,
                                                        int compressionLevel,
-                                                       const QString &sourcePath, QString *reason) {
+                                                       const QString &sourcePath, QString *reason,
+                                                       const QString &takenDate) {
+  if (repType >= 7 && !platform::EncoderSupport::canEncode(QLatin1String(formatName(repType)))) {
+    if (reason)
+      *reason = platform::EncoderSupport::unavailableMessage(QLatin1String(formatName(repType)));
+    return std::nullopt;
+  }
   const VImage pixels = pixelsFor(bitmap, repType);
+  if (takesMetadataFromEncoder(repType)) {
+    platform::MetadataCopy::Options options;
+    options.carryMetadata = !exifDict.isEmpty();
+    options.resetOrientation = AppDelegate::shared()->isAUTO_CORRECT_ORIENTATION;
+    options.pixelWidth = bitmap.width();
+    options.pixelHeight = bitmap.height();
+    options.takenDate = takenDate;
+    return encodeWithMetadataBlobs(pixels, repType, factor, sourcePath, options, reason);
+  }
   QByteArray profile = embeddedProfile(pixels);
   const bool png = repType == 5;
   std::optional<EncodedFile> bytes =
@@ -177,6 +264,7 @@ std::optional<EncodedFile> Utils::encodeWithProperties(int repType, const VImage
   options.resetOrientation = AppDelegate::shared()->isAUTO_CORRECT_ORIENTATION;
   options.pixelWidth = bitmap.width();
   options.pixelHeight = bitmap.height();
+  options.takenDate = takenDate;
   QString why;
   if (!platform::MetadataCopy::copyIntoEncoded(sourcePath, &*bytes, options, &why))
     qCInfo(lcProcessing).noquote()
@@ -191,7 +279,7 @@ bool Utils::saveImageInSelectedFormat(int repType, const QString &path, const VI
   Q_UNUSED(image);
   Q_UNUSED(orientation);
   qCInfo(lcProcessing).noquote() << QStringLiteral("save image at path %1").arg(path);
-  if (repType < 0 || repType > 6) {
+  if (repType < 0 || repType > 10) {
     if (reason)
       *reason = QStringLiteral("unknown representation type %1").arg(repType);
     return false;

@@ -98,6 +98,20 @@ bool carriedMetadata(const QString &source, const Options &options, Exiv2::ExifD
       (*xmp)["Xmp.tiff.ImageLength"] = std::to_string(options.pixelHeight);
     }
   }
+  if (!options.takenDate.isEmpty()) {
+    const std::string date = options.takenDate.toStdString();
+    (*exif)["Exif.Photo.DateTimeOriginal"] = date;
+    (*exif)["Exif.Photo.DateTimeDigitized"] = date;
+    // The XMP copies other tools prefer, in their ISO form, only where the source had them.
+    const std::string iso =
+        options.takenDate.left(10).replace(QLatin1Char(':'), QLatin1Char('-')).toStdString() + "T" +
+        options.takenDate.mid(11).toStdString();
+    for (const char *key :
+         {"Xmp.exif.DateTimeOriginal", "Xmp.xmp.CreateDate", "Xmp.photoshop.DateCreated"}) {
+      if (xmp->findKey(Exiv2::XmpKey(key)) != xmp->end())
+        (*xmp)[key] = iso;
+    }
+  }
   return true;
 }
 
@@ -176,6 +190,35 @@ bool copyIntoEncoded(const QString &source, EncodedFile *encoded, const Options 
     }
   }
   return false;
+}
+
+bool metadataBlobs(const QString &source, const Options &options, QByteArray *exifTiff,
+                   QByteArray *xmpPacket, QString *reason) {
+  ensureExiv2Initialized();
+  exifTiff->clear();
+  xmpPacket->clear();
+  Exiv2::ExifData exif;
+  Exiv2::IptcData iptc;
+  Exiv2::XmpData xmp;
+  try {
+    if (!options.carryMetadata || !carriedMetadata(source, options, &exif, &iptc, &xmp))
+      return true;
+    if (!exif.empty()) {
+      Exiv2::Blob blob;
+      Exiv2::ExifParser::encode(blob, Exiv2::littleEndian, exif);
+      exifTiff->append(reinterpret_cast<const char *>(blob.data()), qsizetype(blob.size()));
+    }
+    if (!xmp.empty()) {
+      std::string packet;
+      if (Exiv2::XmpParser::encode(packet, xmp) == 0)
+        *xmpPacket = QByteArray::fromStdString(packet);
+    }
+    return true;
+  } catch (const std::exception &error) {
+    if (reason)
+      *reason = QString::fromLocal8Bit(error.what());
+    return false;
+  }
 }
 
 QString readValue(const QString &path, const QString &key) {

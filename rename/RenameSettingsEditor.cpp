@@ -315,6 +315,10 @@ SliderPanel RenameSettingsEditor::panelForOutputFormat(int outputFormat) {
   case 4:
   case 5:
   case 7:
+  case 9:
+  case 10:
+  case 11:
+  case 12:
     return SliderPanel::Quality;
   case 1:
   case 2:

@@ -128,7 +128,10 @@ TEST_F(AppDelegateTest, StartUpOrderStateAndConsoleLines) {
   EXPECT_EQ(loggedLines().last(), QStringLiteral("applicationDidFinishLaunching stop"));
 
   // The state set before the launch is reset; the format list is loaded.
-  EXPECT_EQ(delegate.arrFileFormatsSupported.size(), 9);
+  // Indexes 0-8 keep their meaning; the newer formats follow "pdf".
+  EXPECT_EQ(delegate.arrFileFormatsSupported,
+            QStringList({"Keep original format", "tif", "bmp", "gif", "jpg", "jpeg", "png", "jp2",
+                         "pdf", "webp", "avif", "heic", "jxl"}));
   EXPECT_EQ(delegate.scaledImgSize, QSizeF(580, 440));
   EXPECT_EQ(delegate.selectedImageIndex, -1);
   EXPECT_TRUE(delegate.isAUTO_CORRECT_ORIENTATION);
@@ -141,7 +144,7 @@ TEST_F(AppDelegateTest, HeadlessPreparationLeavesLaunchKeysAlone) {
   Preferences::setValue("BATCH_RENAME_SETTING_OBJECT", QByteArray("stale"));
   AppDelegate delegate;
   delegate.prepareForHeadlessCommand();
-  EXPECT_EQ(delegate.arrFileFormatsSupported.size(), 9);
+  EXPECT_EQ(delegate.arrFileFormatsSupported.size(), 13);
   EXPECT_EQ(Preferences::dataValue("BATCH_RENAME_SETTING_OBJECT"), QByteArray("stale"));
   for (const char *key : {"isFirstTimeLaunch", "isFirstTime", "appOpenedCount", "appVersion"})
     EXPECT_FALSE(Preferences::contains(QString::fromLatin1(key))) << key;

@@ -3,6 +3,7 @@
 #include "app/AppDelegate.h"
 #include "app/NotificationCenter.h"
 #include "app/Notifications.h"
+#include "platform/EncoderSupport.h"
 #include "platform/Workspace.h"
 #include "rename/BatchRenameSetting.h"
 #include "rename/OutputOptionSettings.h"
@@ -31,6 +32,7 @@
 #include <QSignalBlocker>
 #include <QSlider>
 #include <QSplitter>
+#include <QStandardItemModel>
 #include <QTableView>
 #include <QTimer>
 #include <QVBoxLayout>
@@ -231,6 +233,8 @@ QComboBox *ConvertFormatOrRenameView::addOptionList(QWidget *group, int kind, co
   list->setObjectName(objectName);
   list->setAccessibleName(label);
   list->addItems(RenameSettingsEditor::optionsForKind(kind, delegate_->arrFileFormatsSupported));
+  if (kind == OptionOutputFormat)
+    disableFormatsWithoutEncoder(list);
   if (group)
     static_cast<QFormLayout *>(group->layout())->addRow(label + QLatin1Char(':'), list);
   optionLists_.insert(kind, list);
@@ -244,6 +248,23 @@ QComboBox *ConvertFormatOrRenameView::addOptionList(QWidget *group, int kind, co
       setupUIForUpdatedRenameSettingDictionary();
   });
   return list;
+}
+
+void ConvertFormatOrRenameView::disableFormatsWithoutEncoder(QComboBox *list) {
+  // The entries keep their rows (a row is the saved index); one this system cannot write is
+  // shown greyed with the reason as its tool tip, and cannot be chosen.
+  auto *rows = qobject_cast<QStandardItemModel *>(list->model());
+  if (!rows)
+    return;
+  for (int row = 0; row < list->count(); ++row) {
+    const QString name = list->itemText(row);
+    if (platform::EncoderSupport::canEncode(name))
+      continue;
+    if (QStandardItem *item = rows->item(row)) {
+      item->setEnabled(false);
+      item->setToolTip(platform::EncoderSupport::unavailableMessage(name));
+    }
+  }
 }
 
 void ConvertFormatOrRenameView::buildRenamePanel(QWidget *panel) {

@@ -87,6 +87,8 @@ private:
                           const QString &objectName);
   QLineEdit *addIntegerField(QWidget *group, RenameIntegerField field, const QString &label,
                              const QString &objectName);
+  // Greys the output formats this system has no encoder for.
+  static void disableFormatsWithoutEncoder(QComboBox *list);
   QComboBox *addOptionList(QWidget *group, int kind, const QString &label,
                            const QString &objectName);
   QGroupBox *addRuleGroup(QWidget *panel, RenameRule rule, const QString &title,

@@ -1,0 +1,213 @@
+// WebP, AVIF, HEIC and JPEG XL through `quillmere run`, read back by libvips and exiftool:
+// upright at the right size, the source's colours, its capture date, GPS position and
+// colour profile carried, and the quality setting reaching the encoder. Photos in those
+// formats are taken as sources too and converted to every output format.
+#include "tests/support/TestEnv.h"
+
+#include "app/BatchOptions.h"
+#include "platform/EncoderSupport.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QProcess>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+#include <vips/vips8>
+
+using vips::VImage;
+
+namespace {
+
+VImage load(const QString &path) {
+  return VImage::new_from_file(QFile::encodeName(path).constData());
+}
+
+QByteArray attachedProfile(const VImage &image) {
+  if (image.get_typeof(VIPS_META_ICC_NAME) == 0)
+    return {};
+  size_t size = 0;
+  const void *data = image.get_blob(VIPS_META_ICC_NAME, &size);
+  return QByteArray(static_cast<const char *>(data), qsizetype(size));
+}
+
+// The colours as sRGB numbers, through the profile the image carries.
+VImage inSrgb(const VImage &image) {
+  return image.icc_transform("srgb", VImage::option()->set("embedded", true)->set("depth", 8));
+}
+
+std::vector<double> colourMeans(const VImage &image) {
+  std::vector<double> means;
+  for (int band = 0; band < 3; ++band)
+    means.push_back(image.extract_band(band).avg());
+  return means;
+}
+
+double largestDifference(const std::vector<double> &a, const std::vector<double> &b) {
+  double largest = 0;
+  for (size_t i = 0; i < a.size() && i < b.size(); ++i)
+    largest = std::max(largest, std::abs(a[i] - b[i]));
+  return largest;
+}
+
+// exiftool's values (-n: numbers as numbers) of the tags, "Tag: value" per line.
+QMap<QString, QString> exiftool(const QString &path, const QStringList &tags) {
+  QStringList args = {"-s", "-n"};
+  for (const QString &tag : tags)
+    args.append("-" + tag);
+  args.append(path);
+  QProcess process;
+  process.start("exiftool", args);
+  process.waitForFinished(60000);
+  QMap<QString, QString> values;
+  const QStringList lines = QString::fromUtf8(process.readAllStandardOutput()).split('\n');
+  for (const QString &line : lines) {
+    const qsizetype colon = line.indexOf(':');
+    if (colon > 0)
+      values.insert(line.left(colon).trimmed(), line.mid(colon + 1).trimmed());
+  }
+  return values;
+}
+
+QString onlyOutput(const QString &folder) {
+  const QStringList files = QDir(folder).entryList(QDir::Files);
+  return files.size() == 1 ? folder + "/" + files.first() : QString();
+}
+
+void convert(const QStringList &extra, const QString &in, const QString &out) {
+  QStringList args = {"run", "--yes", "--copy", out};
+  args += extra;
+  args.append(in);
+  const testenv::ProcessResult result = testenv::runQuillmere(args);
+  ASSERT_EQ(result.exitCode, 0) << result.out.toStdString() << result.err.toStdString();
+}
+
+// The test's source: a camera JPEG (date and GPS in its EXIF) given the Display P3 profile of
+// the HEIC sample and stored turned (EXIF orientation 6), so the outputs must turn it upright
+// and carry a profile that is not sRGB's.
+struct Source {
+  QString path;
+  int uprightWidth = 0;
+  int uprightHeight = 0;
+  std::vector<double> means;
+  std::vector<double> srgbMeans;
+  QByteArray profile;
+};
+
+Source makeSource(const QString &folder) {
+  Source s;
+  // libvips 8.14's HEIF loader keeps the profile in the file's own image, open meanwhile.
+  const VImage p3 = load(testenv::photo("heic/IMG_5195.HEIC"));
+  s.profile = attachedProfile(p3);
+  VImage camera = load(testenv::photo("jpg/gps/DSCN0010.jpg")).copy_memory();
+  vips_image_set_blob_copy(camera.get_image(), VIPS_META_ICC_NAME, s.profile.constData(),
+                           size_t(s.profile.size()));
+  camera.set(VIPS_META_ORIENTATION, 6);
+  s.path = folder + "/DSCN0010.jpg";
+  camera.jpegsave(QFile::encodeName(s.path).constData(), VImage::option()->set("Q", 95));
+  const VImage upright = load(s.path).autorot();
+  s.uprightWidth = upright.width();
+  s.uprightHeight = upright.height();
+  s.means = colourMeans(upright);
+  s.srgbMeans = colourMeans(inSrgb(upright));
+  return s;
+}
+
+class ModernOutput : public ::testing::TestWithParam<const char *> {
+protected:
+  void SetUp() override {
+    ASSERT_TRUE(dir.isValid());
+    if (!platform::EncoderSupport::canEncode(GetParam()))
+      GTEST_SKIP() << "this system's libvips has no " << GetParam() << " encoder";
+    in = dir.filePath("in");
+    QDir().mkpath(in);
+    source = makeSource(in);
+  }
+  QTemporaryDir dir;
+  QString in;
+  Source source;
+};
+
+TEST_P(ModernOutput, ReadsBackUprightWithColoursDateGpsAndProfile) {
+  const QString format = GetParam();
+  const QString out = dir.filePath("out");
+  ASSERT_NO_FATAL_FAILURE(convert({"--format", format, "--quality", "0.9"}, in, out));
+  const QString written = onlyOutput(out);
+  ASSERT_FALSE(written.isEmpty());
+  EXPECT_EQ(QFileInfo(written).suffix(), format);
+
+  const VImage image = load(written);
+  EXPECT_EQ(image.width(), source.uprightWidth);
+  EXPECT_EQ(image.height(), source.uprightHeight);
+  EXPECT_LE(largestDifference(colourMeans(image), source.means), 3.0);
+  // The profile travels with the untouched pixels: libvips reads it from every container
+  // (libjxl stores Display P3 as its own colour encoding and gives back an equivalent
+  // profile, so the colours are compared through it).
+  const QByteArray profile = attachedProfile(image);
+  ASSERT_FALSE(profile.isEmpty());
+  if (format != "jxl") {
+    EXPECT_EQ(profile, source.profile);
+  }
+  EXPECT_LE(largestDifference(colourMeans(inSrgb(image)), source.srgbMeans), 3.0);
+
+  const auto tags = exiftool(written, {"DateTimeOriginal", "GPSLatitude", "GPSLongitude",
+                                       "Orientation", "ProfileDescription", "FileType"});
+  EXPECT_EQ(tags.value("DateTimeOriginal"), "2008:10:22 16:28:39");
+  EXPECT_NEAR(tags.value("GPSLatitude").toDouble(), 43.467, 0.01);
+  EXPECT_NEAR(tags.value("GPSLongitude").toDouble(), 11.885, 0.01);
+  // Upright pixels: a kept orientation would turn them a second time in a viewer.
+  EXPECT_TRUE(tags.value("Orientation").isEmpty() || tags.value("Orientation") == "1")
+      << tags.value("Orientation").toStdString();
+  // exiftool 12.57 does not decode a JPEG XL codestream's profile; libvips did above.
+  if (format != "jxl") {
+    EXPECT_TRUE(tags.value("ProfileDescription").contains("P3"))
+        << tags.value("ProfileDescription").toStdString();
+  }
+  // The source is never touched.
+  EXPECT_EQ(exiftool(source.path, {"Orientation"}).value("Orientation"), "6");
+}
+
+TEST_P(ModernOutput, LowerQualityGivesSmallerFile) {
+  const QString format = GetParam();
+  const QString high = dir.filePath("high");
+  const QString low = dir.filePath("low");
+  ASSERT_NO_FATAL_FAILURE(convert({"--format", format, "--quality", "0.9"}, in, high));
+  ASSERT_NO_FATAL_FAILURE(convert({"--format", format, "--quality", "0.5"}, in, low));
+  const qint64 highSize = QFileInfo(onlyOutput(high)).size();
+  const qint64 lowSize = QFileInfo(onlyOutput(low)).size();
+  EXPECT_GT(lowSize, 0);
+  EXPECT_LT(lowSize, highSize);
+}
+
+INSTANTIATE_TEST_SUITE_P(Formats, ModernOutput, ::testing::Values("webp", "avif", "heic", "jxl"),
+                         [](const auto &info) { return std::string(info.param); });
+
+TEST(ModernFormats, EveryEncoderIsThereOnThisSystem) {
+  // Debian 12's libvips 8.14 writes all four (libwebp, libheif with aom and x265, libjxl):
+  // a missing one here means a broken install, not a missing feature.
+  for (const QString &format : platform::EncoderSupport::modernFormats())
+    EXPECT_TRUE(platform::EncoderSupport::canEncode(format)) << format.toStdString();
+}
+
+TEST(ModernFormats, MissingEncoderRefusesTheSettingBeforeAnythingRuns) {
+  platform::EncoderSupport::setMissingForTesting({"heic"});
+  app::BatchOptions::Parsed parsed;
+  QString error;
+  EXPECT_FALSE(app::BatchOptions::parse({"--format", "heic", "photo.jpg"}, {}, &parsed, &error));
+  EXPECT_TRUE(error.contains("cannot write HEIC")) << error.toStdString();
+  error.clear();
+  EXPECT_TRUE(app::BatchOptions::parse({"--format", "avif", "photo.jpg"}, {}, &parsed, &error))
+      << error.toStdString();
+  platform::EncoderSupport::setMissingForTesting({});
+}
+
+TEST(ModernFormats, CommandLineRefusesAnUnknownFormatWithUsageStatus) {
+  const testenv::ProcessResult result =
+      testenv::runQuillmere({"preview", "--format", "jpegxl", testenv::photo("jpg/Nikon_D70.jpg")});
+  EXPECT_EQ(result.exitCode, 64);
+  EXPECT_TRUE(result.err.contains("jxl")) << result.err.toStdString();
+}
+
+} // namespace
