@@ -184,7 +184,7 @@ void Sheet::keyPressEvent(QKeyEvent *event) {
     press(index >= 0 ? index : 0);
     return;
   }
-  if (event->key() == Qt::Key_Escape && buttons_.size() >= 2) {
+  if (event->key() == Qt::Key_Escape && !buttons_.isEmpty()) {
     press(buttons_.size() - 1);
     return;
   }

@@ -13,9 +13,9 @@ class QLabel;
 class QPushButton;
 
 // A sheet: a card over a dimmed window that holds the window's attention until one of its
-// buttons is pressed (Return presses the default, the first button; Escape the last when
-// there are two or more). It lives inside the window, so it moves, scales and is grabbed with
-// it, and tab focus stays within it while it is up.
+// buttons is pressed (Return presses the focused button or the default, the first one; Escape
+// the last, which is the default too when it is the only one). It lives inside the window, so it
+// moves, scales and is grabbed with it, and tab focus stays within it while it is up.
 class Sheet : public QWidget {
   Q_OBJECT
 public:
