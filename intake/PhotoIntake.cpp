@@ -801,6 +801,9 @@ void PhotoIntake::startWorker(std::function<void()> work) {
         for (std::thread &thread : threads_)
           thread.join();
         threads_.clear();
+        // What the run handed over is in the batch now, or was dropped by a stop.
+        takenThisRun_.clear();
+        takenCount_ = 0;
       }
       finishIfIdle();
     });
