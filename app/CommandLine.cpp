@@ -24,10 +24,8 @@ struct CommandEntry {
 
 // Each headless command lives in its own file; this table only names them.
 constexpr CommandEntry kCommands[] = {
-    {"info", &Commands::info},
-    {"preview", &Commands::preview},
-    {"run", &Commands::run},
-    {"presets", &Commands::presets},
+    {"info", &Commands::info},       {"preview", &Commands::preview}, {"run", &Commands::run},
+    {"presets", &Commands::presets}, {"runs", &Commands::runs},       {"undo", &Commands::undo},
 };
 
 QTextStream &stdOut() {
@@ -56,6 +54,8 @@ QString usageText() {
       "the summary log\n"
       "  quillmere presets [save NAME [OPTIONS] | export NAME FILE | import FILE | delete NAME]\n"
       "                                         list and keep named presets (--preset NAME)\n"
+      "  quillmere runs                         past runs and whether each has been undone\n"
+      "  quillmere undo [RUN]                   undo the last run, or RUN\n"
       "  quillmere COMMAND --help               the options of a command\n"
       "  quillmere --help | --version\n");
 }

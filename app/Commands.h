@@ -17,4 +17,10 @@ int run(const QStringList &args);
 // quillmere presets [save NAME [OPTIONS] | export NAME FILE | import FILE | delete NAME]
 int presets(const QStringList &args);
 
+// quillmere runs
+int runs(const QStringList &args);
+
+// quillmere undo [RUN]
+int undo(const QStringList &args);
+
 } // namespace app::Commands

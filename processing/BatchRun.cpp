@@ -71,6 +71,7 @@ public:
   qint64 start = 0;
   // The first loop of a run clears the destination folders of what dead runs left.
   bool clearStaleFiles = false;
+  std::shared_ptr<RunJournal> journal;
 
   // The problem lists as sets: a photo's checks cost no walk through them.
   struct SkipLookup {
@@ -269,6 +270,10 @@ void BatchRun::startProcessingOfPhotos() {
   if (batch_.isEmpty())
     return;
   delegate_->isPHOTOS_PROCESSING_IN_PROGERESS = true;
+  QString journalError;
+  journal = RunJournal::begin(settings, &journalError);
+  if (!journal)
+    log(QStringLiteral("no run journal, the run cannot be undone: %1").arg(journalError));
   counterTotalProgressedFiles = 0;
   progressPercentage = 0;
   Q_EMIT progressChanged(0);
@@ -290,6 +295,7 @@ void BatchRun::submitLoop(bool here, bool clearStaleFiles) {
   loop->prefetchNextPhoto = prefetchNextPhoto;
   loop->start = std::max<qint64>(0, counterTotalProgressedFiles);
   loop->clearStaleFiles = clearStaleFiles;
+  loop->journal = journal;
   const auto set = [](const QStringList &list) { return QSet<QString>(list.begin(), list.end()); };
   loop->skips = {set(arrayEmptyNames), set(arrayInvalidFileName), set(arrayDuplicateNames),
                  set(arrayFileNotFound), set(arrayFileAlreadyExists)};
@@ -312,6 +318,13 @@ void BatchRun::processFilesInBatch(QList<std::shared_ptr<PhotoFile>> batch) {
 void BatchRun::Loop::run() {
   ImageWriter &w = writer;
   w.settings = settings;
+  if (journal) {
+    w.onWritten = [journal = journal](const QString &source, const QString &output,
+                                      const QString &sourceInTrash,
+                                      const QString &replacedInTrash) {
+      journal->recordWritten(source, output, sourceInTrash, replacedInTrash);
+    };
+  }
   w.setCompressionInProgress = [shared = shared](bool on) { shared->compressionInProgress = on; };
   w.takeStopRequestWhileCompression = [shared = shared] {
     return shared->stopRequestWhileCompression.exchange(false);

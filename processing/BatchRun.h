@@ -1,6 +1,7 @@
 #pragma once
 
 #include "processing/ImageWriter.h"
+#include "processing/RunJournal.h"
 #include "processing/RunSettings.h"
 #include "rename/PreviewPass.h"
 
@@ -87,6 +88,9 @@ public:
   QList<std::shared_ptr<PhotoFile>> arrayFilesToReProcess;
   int progressPercentage = 0;
   SummaryInfo summaryInfo;
+  // The journal of the run (in the data folder's "runs"), from which it can be undone; null
+  // before a run, or when it could not be made.
+  std::shared_ptr<RunJournal> journal;
 
   // --- Injectable readings ---
   // Bytes free and total on the volume of a path (-1 when unreadable).

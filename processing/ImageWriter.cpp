@@ -8,6 +8,7 @@
 #include "platform/Files.h"
 #include "platform/MetadataCopy.h"
 #include "platform/PdfPages.h"
+#include "platform/RunFiles.h"
 #include "platform/SafeWrite.h"
 #include "platform/StandardFolders.h"
 
@@ -70,7 +71,7 @@ float ImageWriter::qualityFactor(const RunSettings &settings) {
 
 bool ImageWriter::usesQualityBranch(const RunSettings &settings) {
   const int f = settings.outputFormat;
-  return f == 4 || f == 5 || f == 7 || f == 0 || (f >= 9 && f <= 12);
+  return f == 4 || f == 5 || f == 7 || f == 0;
 }
 
 int ImageWriter::pdfPageQuality(const RunSettings &settings) {
@@ -83,8 +84,6 @@ int ImageWriter::repTypeForExtension(const QString &extension) {
   const QString e = extension.toLower();
   if (e == QLatin1String("tiff"))
     return 0;
-  if (e == QLatin1String("heif"))
-    return repTypeForExtension(QStringLiteral("heic"));
   const int position = stillExtensions().indexOf(e);
   return position >= 1 ? position - 1 : -1;
 }
@@ -114,6 +113,7 @@ WriteReport ImageWriter::saveImgInDirectoryFilteredImg(const VImage &image, cons
                                                        const EncodedFile *encoded) {
   WriteReport report;
   removedOnStop_ = false;
+  replacedInTrash_.clear();
   failure_ = Failure::None;
   makePictureFolderIfNeeded(newPath);
   bool alreadyExists = false;
@@ -150,14 +150,18 @@ WriteReport ImageWriter::saveImgInDirectoryFilteredImg(const VImage &image, cons
     }
   }
 
+  QString sourceInTrash;
   // The source goes to the trash only when this write put a new file in place and that file
   // is not the source itself (a beside-the-source overwrite under the same name).
   if (settings.moveAndRenameToDestinationFolder && produced && QFileInfo::exists(newPath) &&
       !samePath(newPath, photo.filePath)) {
-    const platform::Files::Result result = platform::Files::moveToTrash(photo.filePath);
+    const platform::Files::Result result =
+        platform::Files::moveToTrash(photo.filePath, &sourceInTrash);
     if (!result.ok)
       logLine(result.message);
   }
+  if (produced && onWritten)
+    onWritten(photo.filePath, newPath, sourceInTrash, replacedInTrash_);
   return report;
 }
 
@@ -213,8 +217,12 @@ bool ImageWriter::commitStill(const EncodedFile &encoded, const QString &newPath
                               bool *alreadyExists) {
   logLine(QStringLiteral("save image at path %1").arg(newPath));
   failure_ = Failure::Writing;
-  return platform::SafeWrite::writeInPlace(newPath, encoded.bytes(),
-                                           settings.owerwriteExistingFiles, reason, alreadyExists);
+  keepReplacedFile(newPath);
+  const bool written = platform::SafeWrite::writeInPlace(
+      newPath, encoded.bytes(), settings.owerwriteExistingFiles, reason, alreadyExists);
+  if (!written)
+    restoreReplacedFile(newPath);
+  return written;
 }
 
 bool ImageWriter::saveImageUsingDefaultMethodInDirectoryFilteredImg(
@@ -282,6 +290,7 @@ bool ImageWriter::saveImageUsingDefaultMethodInDirectoryFilteredImg(
   if (takeStopRequestWhileCompression && takeStopRequestWhileCompression()) {
     if (written) {
       removeLogged(newPath);
+      restoreReplacedFile(newPath);
       written = false;
       removedOnStop_ = true;
       *reason = QStringLiteral("removed: the run was stopped during compression");
@@ -357,8 +366,36 @@ bool ImageWriter::saveImageUsingImageMagick(const VImage &image, const QString &
     QFile::remove(temporary);
     return false;
   }
-  return platform::SafeWrite::commit(temporary, newPath, settings.owerwriteExistingFiles, reason,
-                                     alreadyExists);
+  // The pages before this one are in the temporary file: the old file can go to the trash.
+  keepReplacedFile(newPath);
+  const bool written = platform::SafeWrite::commit(
+      temporary, newPath, settings.owerwriteExistingFiles, reason, alreadyExists);
+  if (!written)
+    restoreReplacedFile(newPath);
+  return written;
+}
+
+void ImageWriter::keepReplacedFile(const QString &newPath) {
+  // Only a file is replaced: a folder under the new name makes the write fail, as it should.
+  const QFileInfo existing(newPath);
+  if (!settings.owerwriteExistingFiles || replacedInTrash_.size() > 0 ||
+      (!existing.exists() && !existing.isSymLink()) || (existing.isDir() && !existing.isSymLink()))
+    return;
+  const platform::Files::Result moved = platform::Files::moveToTrash(newPath, &replacedInTrash_);
+  if (!moved.ok) {
+    replacedInTrash_.clear();
+    logLine(moved.message);
+  }
+}
+
+void ImageWriter::restoreReplacedFile(const QString &newPath) {
+  if (replacedInTrash_.isEmpty())
+    return;
+  const platform::Files::Result back =
+      platform::RunFiles::restoreFromTrash(replacedInTrash_, newPath);
+  if (!back.ok)
+    logLine(back.message);
+  replacedInTrash_.clear();
 }
 
 QString ImageWriter::createSinglePagePdfDocAtPath(const QString &folder, const VImage &image) {

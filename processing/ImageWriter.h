@@ -41,6 +41,12 @@ public:
   std::function<void(bool)> setCompressionInProgress;
   std::function<bool()> takeStopRequestWhileCompression;
   std::function<void()> stopProcessAfterCompletionCompression;
+  // Called for each photo whose output this writer put in place, after the source has gone
+  // to the trash in move mode: the source, the output, where the source went in the trash
+  // and where a replaced file went (each empty when none). The run's journal listens.
+  std::function<void(const QString &source, const QString &output, const QString &sourceInTrash,
+                     const QString &replacedInTrash)>
+      onWritten;
 
   // The entry point for every photo that is to be written. encoded, when given, is what
   // encodeAhead made of this photo for this destination: the still-image path then only
@@ -79,8 +85,7 @@ public:
 
   // The encoder's quality factor for the settings (the quality branch, else 0.98).
   static float qualityFactor(const RunSettings &settings);
-  // Whether the settings take the quality branch (keep original, jpg, jpeg, jp2, webp, avif,
-  // heic, jxl).
+  // Whether the settings take the quality branch (keep original, jpg, jpeg, jp2).
   static bool usesQualityBranch(const RunSettings &settings);
   // The JPEG quality of a PDF page: 82, or chosen by compressionRatio (0-9: 90 down to 27)
   // when the compression check box is on.
@@ -91,6 +96,11 @@ public:
   static QString pictureFolderPath();
 
 private:
+  // An overwrite moves the file it replaces to the trash first, so the run can be undone;
+  // the file comes back when nothing could be put in its place.
+  void keepReplacedFile(const QString &newPath);
+  void restoreReplacedFile(const QString &newPath);
+  QString replacedInTrash_;
   // How the still-image path writes a photo: the encoder and its quality, or the compressor.
   struct StillPlan {
     int repType = 0;
