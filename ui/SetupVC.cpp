@@ -13,6 +13,7 @@
 #include "ui/ScreenFlowDelegate.h"
 #include "ui/Sheet.h"
 #include "ui/Theme.h"
+#include "ui/UndoBatchPanel.h"
 
 #include <QGridLayout>
 #include <QHBoxLayout>
@@ -27,7 +28,10 @@
 
 namespace {
 
-constexpr int kFrameMs = 16;
+// The run's texts, the current photo and the scroll position change many times a second;
+// they are shown ten times a second, so the window's thread answers the run's reports
+// at once instead of laying out and painting after each.
+constexpr int kDisplayMs = 100;
 
 // "Label: value  |  Label: value" with the values picked out.
 QString highlightedValues(const QString &line) {
@@ -82,7 +86,11 @@ SetupVC::SetupVC(AppDelegate *delegate, ScreenFlowDelegate *flow, QWidget *paren
   });
 
   // --- The run's reports ---
-  connect(&run_, &BatchRun::progressChanged, progressBar_, &QProgressBar::setValue);
+  connect(&run_, &BatchRun::progressChanged, this, [this](int percentage) {
+    pendingProgress_ = percentage;
+    if (!frame_->isActive())
+      frame_->start();
+  });
   connect(&run_, &BatchRun::batchInfoChanged, this, [this](const QString &text) {
     pendingBatchInfo_ = text;
     if (!frame_->isActive())
@@ -163,11 +171,14 @@ QWidget *SetupVC::buildRunView() {
   batchInfo_ = new QLabel;
   batchInfo_->setObjectName(QStringLiteral("runBatchInfo"));
   batchInfo_->setTextFormat(Qt::RichText);
+  // The run's changing texts keep their place: a new text never lays the view out again.
+  batchInfo_->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
   layout->addWidget(batchInfo_);
 
   currentFile_ = secondaryLabel();
   currentFile_->setObjectName(QStringLiteral("runCurrentFile"));
   currentFile_->setTextInteractionFlags(Qt::TextSelectableByMouse);
+  currentFile_->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
   layout->addWidget(currentFile_);
 
   runTable_ = new QTableView;
@@ -191,6 +202,7 @@ QWidget *SetupVC::buildRunView() {
   bottomLine_ = secondaryLabel();
   bottomLine_->setObjectName(QStringLiteral("runBottomLine"));
   bottomLine_->setFont(Theme::captionFont());
+  bottomLine_->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
   stopButton_ = new QPushButton(tr("Stop"));
   stopButton_->setObjectName(QStringLiteral("stopButton"));
   stopButton_->setToolTip(tr("Stop the batch after the photo in progress"));
@@ -202,7 +214,7 @@ QWidget *SetupVC::buildRunView() {
 
   frame_ = new QTimer(this);
   frame_->setSingleShot(true);
-  frame_->setInterval(kFrameMs);
+  frame_->setInterval(kDisplayMs);
   connect(frame_, &QTimer::timeout, this, &SetupVC::applyFrame);
   return view;
 }
@@ -294,6 +306,8 @@ QWidget *SetupVC::buildSummaryView() {
   buttons->addWidget(startNewBatchButton_);
   layout->addSpacing(Theme::spacing);
   layout->addLayout(buttons);
+  // Undo of this run and of past ones, from their journals.
+  layout->addWidget(new UndoBatchPanel(&run_, card));
 
   auto *centre = new QHBoxLayout;
   centre->addStretch(1);
@@ -442,6 +456,7 @@ void SetupVC::processStartNotification() {
 void SetupVC::resetUIforNewProcess() {
   runTitle_->setText(tr("Processing photos…"));
   progressBar_->setValue(0);
+  pendingProgress_ = -1;
   currentFile_->clear();
   pendingRow_ = -1;
   stopButton_->setEnabled(true);
@@ -466,6 +481,10 @@ void SetupVC::photoUpdated(qint64 index) {
 }
 
 void SetupVC::applyFrame() {
+  if (pendingProgress_ >= 0) {
+    progressBar_->setValue(pendingProgress_);
+    pendingProgress_ = -1;
+  }
   if (!pendingBatchInfo_.isEmpty()) {
     batchInfo_->setText(highlightedValues(pendingBatchInfo_));
     batchInfo_->setAccessibleName(pendingBatchInfo_);

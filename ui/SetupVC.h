@@ -111,9 +111,11 @@ private:
   QTableView *runTable_ = nullptr;
   QLabel *bottomLine_ = nullptr;
   QPushButton *stopButton_ = nullptr;
-  // Results arrive faster than frames: the latest texts are shown once per frame.
+  // Results arrive faster than they can be read: the latest texts are shown ten times a
+  // second.
   QTimer *frame_ = nullptr;
   QString pendingBatchInfo_;
+  int pendingProgress_ = -1;
   qint64 pendingRow_ = -1;
 
   // --- Summary ---
