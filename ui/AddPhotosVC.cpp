@@ -9,7 +9,6 @@
 #include "platform/StandardFolders.h"
 #include "ui/AddPhotosPictures.h"
 #include "ui/BatchSortHeader.h"
-#include "ui/BatchSortHeader.h"
 #include "ui/BatchTableModel.h"
 #include "ui/PhotoInformationModel.h"
 #include "ui/ScreenFlowDelegate.h"
@@ -480,11 +479,8 @@ QWidget *AddPhotosVC::makeViews() {
   listView_->setIconSize(QSize(16, 16));
   viewStack_->addWidget(listView_);
   // The headers sort the batch itself: both views, the preview and the run follow.
-  new BatchSortHeader(delegate_, columns, batchModel_, [this] { return !intake_->isRunning(); },
-                      this);
-  // The headers sort the batch itself: both views, the preview and the run follow.
-  new BatchSortHeader(delegate_, columns, batchModel_, [this] { return !intake_->isRunning(); },
-                      this);
+  new BatchSortHeader(
+      delegate_, columns, batchModel_, [this] { return !intake_->isRunning(); }, this);
 
   for (QAbstractItemView *view : {static_cast<QAbstractItemView *>(thumbnailView_),
                                   static_cast<QAbstractItemView *>(listView_)}) {
@@ -1071,8 +1067,6 @@ void AddPhotosVC::setInteractionEnabled(bool on) {
                                         btnLibrary_, btnRemoveSelected_, btnRemoveAll_, btnNext_})
     w->setEnabled(on);
   batchModel_->setTickingEnabled(on);
-  if (on)
-    btnNext_->setEnabled(!delegate_->arraySelectedImagesToProcess.isEmpty() || true);
 }
 
 void AddPhotosVC::showPhotosOrDropArea() {
@@ -1335,8 +1329,6 @@ void AddPhotosVC::btnRemoveFromBatchOnAlertTapped() {
 }
 
 void AddPhotosVC::updateBatchInformationInBottomView() {
-  if (intake_->isRunning() && !progressPending_ && batchModel_->rowCount() == 0)
-    return;
   summaryText_ = intake_->updateBatchInformationInBottomView();
   summary_->setText(richSummary(summaryText_, palette()));
   summary_->setToolTip(summaryText_);
