@@ -146,10 +146,13 @@ bool write(const QString &path, const VImage &thumbnail, Size size) {
   const QByteArray temporaryName = QFile::encodeName(temporary);
   try {
     VImage image = thumbnail.copy();
-    // Only our two keys are written: the source's own comments do not belong here.
+    // Only our keys are written: the source's comments, profile and properties do not belong
+    // in a thumbnail (and a profile blob may belong to a file that is closed by now).
     char **fields = vips_image_get_fields(image.get_image());
     for (char **f = fields; f && *f; ++f)
-      if (g_str_has_prefix(*f, "png-comment-"))
+      if (g_str_has_prefix(*f, "png-comment-") || g_str_has_prefix(*f, "exif-") ||
+          g_str_equal(*f, "icc-profile-data") || g_str_equal(*f, "xmp-data") ||
+          g_str_equal(*f, "iptc-data"))
         vips_image_remove(image.get_image(), *f);
     g_strfreev(fields);
     image.set((QByteArray("png-comment-0-") + kUriKey).constData(),

@@ -56,10 +56,22 @@ public:
     }
     if (!thumbnail && !*cancelled_) {
       thumbnail = ImageProcessing::getThumbnailForFile(path_, kSize, kSize);
+      try {
+        // Turned into 8-bit sRGB while the photo is still open (its colour profile lives with
+        // it), then copied once into memory without the profile: both cached sizes and the
+        // picture shown come from that copy.
+        std::optional<VImage> rgb = thumbnail ? Utils::toEightBitRgb(*thumbnail) : std::nullopt;
+        thumbnail.reset();
+        if (rgb) {
+          VImage plain = rgb->copy();
+          vips_image_remove(plain.get_image(), "icc-profile-data");
+          thumbnail = plain.copy_memory();
+        }
+      } catch (const vips::VError &) {
+        thumbnail.reset();
+      }
       if (thumbnail && useSharedCache_) {
         try {
-          // Copied once into memory: both sizes and the picture shown come from it.
-          *thumbnail = thumbnail->copy_memory();
           SharedCache::write(path_, *thumbnail, SharedCache::Size::Large);
           const VImage normal = thumbnail->thumbnail_image(
               int(SharedCache::Size::Normal),
