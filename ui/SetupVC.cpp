@@ -14,6 +14,7 @@
 #include "ui/Sheet.h"
 #include "ui/Theme.h"
 #include "ui/UndoBatchPanel.h"
+#include "ui/UndoBatchPanel.h"
 
 #include <QGridLayout>
 #include <QHBoxLayout>
@@ -306,6 +307,8 @@ QWidget *SetupVC::buildSummaryView() {
   buttons->addWidget(startNewBatchButton_);
   layout->addSpacing(Theme::spacing);
   layout->addLayout(buttons);
+  // Undo of this run and of past ones, from their journals.
+  layout->addWidget(new UndoBatchPanel(&run_, card));
   // Undo of this run and of past ones, from their journals.
   layout->addWidget(new UndoBatchPanel(&run_, card));
 
