@@ -21,9 +21,19 @@ AddPhotosVC *screenOf(ScreenshotTour &tour) {
   return qobject_cast<AddPhotosVC *>(tour.controller()->addPhotosScreen());
 }
 
+// The run is over and the first screenful of cells has its thumbnails (or has failed).
 bool settled(AddPhotosVC *screen) {
-  return screen && !screen->intake().isRunning() && screen->batchModel()->rowCount() > 0 &&
-         screen->thumbnailLoader()->pendingCount() == 0;
+  if (!screen || screen->intake().isRunning() || screen->batchModel()->rowCount() == 0 ||
+      screen->thumbnailLoader()->pendingCount() > 0)
+    return false;
+  const int rows = std::min(screen->batchModel()->rowCount(), 15);
+  for (int row = 0; row < rows; ++row)
+    if (screen->batchModel()
+            ->index(row, BatchTableModel::NameColumn)
+            .data(BatchTableModel::ThumbnailStateRole)
+            .toInt() == 0)
+      return false;
+  return true;
 }
 
 } // namespace
