@@ -506,7 +506,10 @@ TEST_F(EditorFixture, OptionListsWriteTheirKeys) {
   EXPECT_EQ(editor.visibleSliderPanel(), SliderPanel::Quality);
   // Keeping the original format, or a format outside the list, shows no slider.
   EXPECT_EQ(RenameSettingsEditor::panelForOutputFormat(0), SliderPanel::None);
-  EXPECT_EQ(RenameSettingsEditor::panelForOutputFormat(12), SliderPanel::None);
+  EXPECT_EQ(RenameSettingsEditor::panelForOutputFormat(13), SliderPanel::None);
+  // WebP, AVIF, HEIC and JPEG XL take the quality slider.
+  for (int format = 9; format <= 12; ++format)
+    EXPECT_EQ(RenameSettingsEditor::panelForOutputFormat(format), SliderPanel::Quality) << format;
   EXPECT_EQ(editor.chooseOption(OptionFolderAs, 2), QString()); // no third entry
   EXPECT_EQ(editor.selectedOptionText(OptionDigitAs), QStringLiteral("Insert"));
   EXPECT_EQ(rebuilds, 3);
