@@ -12,11 +12,15 @@
 
 namespace app::Commands {
 
-// `quillmere info FILE...`: the information table of each file, "title<TAB>value" per row,
-// a blank line between files. Missing files and non-images still get their rows.
-int info(const QStringList &args) {
+// `quillmere info [--date-source] FILE...`: the information table of each file,
+// "title<TAB>value" per row, a blank line between files. Missing files and non-images still
+// get their rows. --date-source adds a last row, "Date Source": which date the capture date
+// came from.
+int info(const QStringList &arguments) {
   QTextStream out(stdout);
   QTextStream err(stderr);
+  QStringList args = arguments;
+  const bool dateSource = args.removeAll(QStringLiteral("--date-source")) > 0;
   if (args.isEmpty()) {
     err << "quillmere: info needs at least one FILE\n" << CommandLine::usageText();
     return CommandLine::ExitUsage;
@@ -43,6 +47,8 @@ int info(const QStringList &args) {
          InformationTable::createArrayToUpdateMetaDataWithNode(facts, exif.get()))
       out << row.value(QStringLiteral("title")).toString() << '\t'
           << row.value(QStringLiteral("value")).toString() << '\n';
+    if (dateSource)
+      out << "Date Source\t" << exif->dateSourceText() << '\n';
     out.flush();
     err.flush();
   }

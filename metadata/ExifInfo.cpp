@@ -3,6 +3,7 @@
 #include "imaging/ImageProcessing.h"
 #include "processing/CommonFunc.h"
 
+#include <QRegularExpression>
 #include <QStringList>
 
 #include <cmath>
@@ -208,9 +209,89 @@ void ExifInfo::commmonInit() {
   fileSize = 0;
   imgWidth = imgHeight = 0;
   captureDate = QDateTime();
+  captureDateSource = DateSource::None;
+  captureZoneOffset.clear();
   meteringMode = QVariant();
   flashFired = true;
   orientation = -1;
+}
+
+namespace {
+
+// An XMP date ("2013-09-23T10:09:46+02:00", "2013-09-23T10:09", "2013-09-23") as the camera's
+// wall-clock time, like EXIF's, and its zone offset when it has one.
+QDateTime xmpDate(const QString &text, QString *offset) {
+  static const QRegularExpression pattern(QStringLiteral(
+      R"(^(\d{4})-(\d{2})-(\d{2})(?:T(\d{2}):(\d{2})(?::(\d{2}))?(?:\.\d+)?(Z|[+-]\d{2}:\d{2})?)?$)"));
+  const QRegularExpressionMatch m = pattern.match(text.trimmed());
+  if (!m.hasMatch())
+    return QDateTime();
+  const QDate date(m.captured(1).toInt(), m.captured(2).toInt(), m.captured(3).toInt());
+  const QTime time(m.captured(4).toInt(), m.captured(5).toInt(), m.captured(6).toInt());
+  if (!date.isValid() || !time.isValid())
+    return QDateTime();
+  const QString zone = m.captured(7);
+  *offset = zone == QLatin1String("Z") ? QStringLiteral("+00:00") : zone;
+  return QDateTime(date, time);
+}
+
+} // namespace
+
+QString ExifInfo::dateSourceName(DateSource source) {
+  switch (source) {
+  case DateSource::ExifDateTimeOriginal:
+    return QStringLiteral("EXIF DateTimeOriginal");
+  case DateSource::ExifCreateDate:
+    return QStringLiteral("EXIF CreateDate");
+  case DateSource::XmpDateCreated:
+    return QStringLiteral("XMP photoshop:DateCreated");
+  case DateSource::XmpCreateDate:
+    return QStringLiteral("XMP xmp:CreateDate");
+  case DateSource::None:
+    break;
+  }
+  return QStringLiteral("File creation date");
+}
+
+QString ExifInfo::dateSourceText() const {
+  const QString name = dateSourceName(captureDateSource);
+  return captureZoneOffset.isEmpty() ? name : name + QLatin1Char(' ') + captureZoneOffset;
+}
+
+void ExifInfo::readCaptureDate(const QVariantMap &d) {
+  const QVariantMap exif = d.value(QStringLiteral("{Exif}")).toMap();
+  const QVariantMap xmp = d.value(QStringLiteral("{XMP}")).toMap();
+  const struct {
+    const char *key;
+    const char *offsetKey;
+    DateSource source;
+  } exifDates[] = {{"DateTimeOriginal", "OffsetTimeOriginal", DateSource::ExifDateTimeOriginal},
+                   {"DateTimeDigitized", "OffsetTimeDigitized", DateSource::ExifCreateDate}};
+  for (const auto &candidate : exifDates) {
+    const QDateTime date =
+        CommonFunc::getDateFromString(exif.value(QLatin1String(candidate.key)).toString());
+    if (date.isValid()) {
+      captureDate = date;
+      captureDateSource = candidate.source;
+      captureZoneOffset = exif.value(QLatin1String(candidate.offsetKey)).toString().trimmed();
+      return;
+    }
+  }
+  const struct {
+    const char *key;
+    DateSource source;
+  } xmpDates[] = {{"DateCreated", DateSource::XmpDateCreated},
+                  {"CreateDate", DateSource::XmpCreateDate}};
+  for (const auto &candidate : xmpDates) {
+    QString offset;
+    const QDateTime date = xmpDate(xmp.value(QLatin1String(candidate.key)).toString(), &offset);
+    if (date.isValid()) {
+      captureDate = date;
+      captureDateSource = candidate.source;
+      captureZoneOffset = offset;
+      return;
+    }
+  }
 }
 
 void ExifInfo::resetAllWithDict(const std::optional<QVariantMap> &dict) {
@@ -245,10 +326,9 @@ void ExifInfo::resetAllWithDict(const std::optional<QVariantMap> &dict) {
     imageDPI = QString::asprintf("%.1f x %.1f", x, y);
   }
 
+  readCaptureDate(d);
   if (d.contains(QStringLiteral("{Exif}"))) {
     const QVariantMap exif = d.value(QStringLiteral("{Exif}")).toMap();
-    captureDate =
-        CommonFunc::getDateFromString(exif.value(QStringLiteral("DateTimeOriginal")).toString());
     rating = exif.value(QStringLiteral("Rating"));
     const QVariant focal = exif.value(QStringLiteral("FocalLength"));
     folcalLength = focal.isValid() ? QStringLiteral("%1 mm").arg(textOf(focal)) : QString();

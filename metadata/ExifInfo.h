@@ -19,6 +19,8 @@ public:
 
   // Fills the fields from dict; nothing changes when dict is none.
   void resetAllWithDict(const std::optional<QVariantMap> &dict);
+  // captureDate, its source and zone offset from dict's EXIF and XMP dates.
+  void readCaptureDate(const QVariantMap &dict);
   // Empty texts, zero numbers, no capture date and metering mode, flash fired, orientation -1.
   void commmonInit();
 
@@ -32,6 +34,22 @@ public:
   QString imageDPI;
   QString imageSizeToDisplay;
   QDateTime captureDate;
+  // Which of the photo's dates gave captureDate, first found first: EXIF DateTimeOriginal,
+  // EXIF CreateDate, XMP photoshop:DateCreated, XMP xmp:CreateDate. None when the photo has
+  // no capture date (the date stamp then takes the file's creation date).
+  enum class DateSource {
+    None,
+    ExifDateTimeOriginal,
+    ExifCreateDate,
+    XmpDateCreated,
+    XmpCreateDate
+  };
+  DateSource captureDateSource = DateSource::None;
+  // The zone offset the photo gives with that date ("+02:00"), empty when it gives none.
+  QString captureZoneOffset;
+  // The source as shown ("EXIF DateTimeOriginal +02:00", "File creation date" when none).
+  QString dateSourceText() const;
+  static QString dateSourceName(DateSource source);
   QVariant rating;
   QString folcalLength;
   QString exposureBias;

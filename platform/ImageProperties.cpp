@@ -424,6 +424,10 @@ void readXmp(const Exiv2::XmpData &xmp, QVariantMap &dict) {
       const int rating = cleanText(datum.value().toString()).toInt(&ok);
       if (ok)
         putIn(dict, kExif, QStringLiteral("Rating"), rating, true);
+    } else if (key == "Xmp.photoshop.DateCreated" || key == "Xmp.xmp.CreateDate") {
+      // Where an edited or scanned photo keeps its taken date when its EXIF has none.
+      putIn(dict, "{XMP}", QString::fromStdString(key.substr(key.rfind('.') + 1)),
+            cleanText(datum.value().toString()), true);
     } else if (key == "Xmp.aux.Lens") {
       putIn(dict, kExifAux, QStringLiteral("LensModel"), cleanText(datum.value().toString()), true);
     } else if (key == "Xmp.aux.SerialNumber") {
