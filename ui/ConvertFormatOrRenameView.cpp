@@ -122,7 +122,7 @@ ConvertFormatOrRenameView::ConvertFormatOrRenameView(AppDelegate *delegate, QWid
   scroll->setWidgetResizable(true);
   scroll->setFrameShape(QFrame::NoFrame);
   scroll->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-  scroll->setMinimumWidth(420);
+  scroll->setMinimumWidth(500);
   scroll->setAccessibleName(QStringLiteral("Rename and format settings"));
 
   auto *splitter = new QSplitter(Qt::Horizontal);
@@ -131,7 +131,7 @@ ConvertFormatOrRenameView::ConvertFormatOrRenameView(AppDelegate *delegate, QWid
   splitter->setStretchFactor(0, 0);
   splitter->setStretchFactor(1, 1);
   splitter->setChildrenCollapsible(false);
-  splitter->setSizes({440, 860});
+  splitter->setSizes({520, 860});
 
   auto *layout = new QVBoxLayout(this);
   layout->setContentsMargins(0, 0, 0, 0);

@@ -14,7 +14,6 @@
 #include "ui/Sheet.h"
 #include "ui/Theme.h"
 #include "ui/UndoBatchPanel.h"
-#include "ui/UndoBatchPanel.h"
 
 #include <QGridLayout>
 #include <QHBoxLayout>
@@ -231,8 +230,8 @@ QWidget *SetupVC::buildSummaryView() {
   auto *card = new QFrame;
   card->setObjectName(QStringLiteral("summaryCard"));
   Theme::setRole(card, "card");
-  card->setMaximumWidth(640);
-  card->setMinimumWidth(520);
+  card->setMaximumWidth(820);
+  card->setMinimumWidth(680);
   auto *layout = new QVBoxLayout(card);
   layout->setContentsMargins(Theme::spacing * 4, Theme::spacing * 3, Theme::spacing * 4,
                              Theme::spacing * 3);
@@ -307,8 +306,6 @@ QWidget *SetupVC::buildSummaryView() {
   buttons->addWidget(startNewBatchButton_);
   layout->addSpacing(Theme::spacing);
   layout->addLayout(buttons);
-  // Undo of this run and of past ones, from their journals.
-  layout->addWidget(new UndoBatchPanel(&run_, card));
   // Undo of this run and of past ones, from their journals.
   layout->addWidget(new UndoBatchPanel(&run_, card));
 
@@ -549,7 +546,10 @@ void SetupVC::addSummaryViewIsFinished(bool finished) {
   setSummaryValue(QStringLiteral("Photos not Processed"), info.notProcessed);
   setSummaryValue(QStringLiteral("Photos Skipped"), info.skipped);
   setSummaryValue(QStringLiteral("Photos with Error"), info.errors);
-  setSummaryValue(QStringLiteral("Time Elapsed"), info.timeElapsed.trimmed());
+  // A run within the second has no duration text of its own.
+  const QString elapsed = info.timeElapsed.trimmed();
+  setSummaryValue(QStringLiteral("Time Elapsed"),
+                  elapsed.isEmpty() ? tr("less than a second") : elapsed);
   outputFolderText_->setText(info.outputDirectory);
   outputFolderText_->setVisible(!info.showOpenOutputFolderButton);
   outputFolderButton_->setText(info.outputDirectory);
