@@ -2,13 +2,18 @@
 
 #include "app/AppDelegate.h"
 #include "intake/PhotoFile.h"
+#include "platform/Files.h"
 #include "processing/BatchRun.h"
+#include "rename/BatchRenameSetting.h"
 #include "rename/OutputOptionSettings.h"
+#include "rename/Presets.h"
 #include "ui/ConvertFormatOrRenameView.h"
 #include "ui/MainWindowController.h"
+#include "ui/PresetsPanel.h"
 #include "ui/SetupVC.h"
 #include "ui/Sheet.h"
 #include "ui/Theme.h"
+#include "ui/UndoBatchPanel.h"
 
 #include <QApplication>
 #include <QCheckBox>
@@ -128,16 +133,40 @@ void setupScreenshotSteps(ScreenshotTour &tour) {
       },
       [&tour] { return previewSettled(setupScreen(tour)); });
 
+  // The number zero-padded to three digits, kept as a preset and applied from the presets row.
+  tour.addStep(
+      QStringLiteral("setup-preset-applied") + suffix,
+      [&tour] {
+        SetupVC *screen = setupScreen(tour);
+        auto *presets = screen ? screen->findChild<PresetsPanel *>() : nullptr;
+        if (!presets)
+          return;
+        if (auto *digits = child<QLineEdit>(screen, "digitsField"))
+          digits->setText(QStringLiteral("3"));
+        AppDelegate *delegate = tour.delegate();
+        QString error;
+        Presets::save(
+            QStringLiteral("Holiday"),
+            BatchRenameSetting::readDefaultRenameSetting(delegate)->dictionaryRepresentation(),
+            OutputOptionSettings::readDefaultOutputOptionSetting(delegate)
+                ->dictionaryRepresentation(),
+            &error);
+        presets->reload();
+        presets->select(QStringLiteral("Holiday"));
+        presets->applySelected();
+      },
+      [&tour] { return previewSettled(setupScreen(tour)); });
+
   tour.addStep(
       QStringLiteral("setup-run-in-progress") + suffix,
       [&tour, permits] {
         SetupVC *screen = setupScreen(tour);
         if (!screen)
           return;
-        screen->batchRun().logLine = [permits](const QString &line) {
-          if (line.startsWith(QLatin1String("backing scale factor")) &&
-              QThread::currentThread() != qApp->thread())
-            permits->acquire();
+        // The free-space reading comes on the run's own thread just before each write.
+        screen->batchRun().freeSpaceReader = [permits](const QString &path) {
+          permits->acquire();
+          return platform::Files::freeSpaceForPath(path);
         };
         permits->release(9);
         if (auto *start = child<QPushButton>(screen, "startButton"))
@@ -174,9 +203,29 @@ void setupScreenshotSteps(ScreenshotTour &tour) {
         return screen && screen->currentPage() == SetupVC::SummaryPage;
       });
 
+  tour.addStep(
+      QStringLiteral("setup-summary-undone") + suffix,
+      [&tour] {
+        SetupVC *screen = setupScreen(tour);
+        auto *undo = screen ? screen->findChild<UndoBatchPanel *>() : nullptr;
+        if (!undo)
+          return;
+        undo->confirm = [](const QString &) { return true; };
+        if (auto *button = child<QPushButton>(screen, "undoBatchButton"))
+          button->click();
+      },
+      [&tour] {
+        SetupVC *screen = setupScreen(tour);
+        auto *undo = screen ? screen->findChild<UndoBatchPanel *>() : nullptr;
+        return undo && !undo->isUndoing() && !undo->statusText().isEmpty() &&
+               !undo->statusText().startsWith(QLatin1String("Undoing"));
+      });
+
   tour.addAction([&tour, permits] {
     if (SetupVC *screen = setupScreen(tour)) {
-      screen->batchRun().logLine = nullptr;
+      screen->batchRun().freeSpaceReader = [](const QString &path) {
+        return platform::Files::freeSpaceForPath(path);
+      };
       screen->performBackOnSummaryAction();
     }
   });

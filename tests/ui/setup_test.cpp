@@ -348,10 +348,10 @@ TEST_F(SetupScreen, RunStopNoThenYesSummaryAndSkippedPhotosSentBack) {
   BatchRun &run = screen->batchRun();
   // Each photo waits for a permit before it is written, so the test decides where it stops.
   QSemaphore permits;
-  run.logLine = [&permits](const QString &line) {
-    if (line.startsWith(QLatin1String("backing scale factor")) &&
-        QThread::currentThread() != qApp->thread())
-      permits.acquire();
+  // The free-space reading comes on the loop's thread just before each write.
+  run.freeSpaceReader = [&permits](const QString &) {
+    permits.acquire();
+    return qint64(1) << 40;
   };
   QSignalSpy ended(screen.get(), &SetupVC::summaryShown);
 
