@@ -9,6 +9,7 @@
 #include "platform/PropertyList.h"
 #include "platform/StandardFolders.h"
 #include "rename/BatchRenameSetting.h"
+#include "rename/DateShift.h"
 #include "rename/OutputOptionSettings.h"
 #include "rename/Presets.h"
 #include "rename/RenameSettingsEditor.h"
@@ -31,7 +32,7 @@ const QStringList kValueOptions = {
     "--prefix",      "--suffix",      "--insert",       "--insert-at",    "--number",
     "--start",       "--step",        "--number-at",    "--remove-first", "--remove-last",
     "--remove-from", "--remove-to",   "--remove-chars", "--remove-words", "--case",
-    "--digits",      "--sort",        "--preset",
+    "--digits",      "--sort",        "--preset",       "--date-shift",
 };
 const QStringList kFlags = {"-r",          "--recursive",  "--beside",
                             "--overwrite", "--keep-dates", "--keep-names",
@@ -198,6 +199,16 @@ bool applyValue(const QString &option, const QString &value, Parsed *out, QStrin
     if (!toChoice(option, value, names, &n, error))
       return false;
     ruleOn(s, s.dictDateTimeStamp).insert(RuleKey::Format, n);
+  } else if (option == "--date-shift") {
+    qint64 seconds = 0;
+    if (!DateShift::parse(value, &seconds)) {
+      *error = QStringLiteral("--date-shift takes [+-][D:]HH:MM[:SS] (\"+1:00\", \"-2:00:00\"), "
+                              "not \"%1\"")
+                   .arg(value);
+      return false;
+    }
+    // The shift corrects the taken date wherever the stamp is switched on.
+    s.dictDateTimeStamp.insert(RuleKey::Shift, seconds);
   } else if (option == "--date-as") {
     if (!toChoice(option, value, {"prefix", "suffix"}, &n, error))
       return false;
@@ -426,6 +437,8 @@ QString helpText() {
       "  --date taken|modified|current   date stamp; --date-text TEXT for a custom one\n"
       "  --date-format N|NAME     0-8 or DMY, \"DD-MM-YYYY HH:MM\", ... (default DMY)\n"
       "  --date-as prefix|suffix  where the stamp goes (default prefix)\n"
+      "  --date-shift [+-][D:]HH:MM[:SS]   corrects the camera's clock: added to the taken\n"
+      "                           date before naming (HH:MM, D:HH:MM or D:HH:MM:SS)\n"
       "  --folder-name prefix|suffix      add the photo's folder name\n"
       "  --prefix TEXT, --suffix TEXT, --insert TEXT --insert-at N\n"
       "  --number prefix|suffix|insert    a running number; --start N, --step N, "

@@ -92,6 +92,9 @@ inline const QString As = QStringLiteral("As");
 inline const QString Type = QStringLiteral("Type");
 inline const QString Format = QStringLiteral("Format");
 inline const QString Custom = QStringLiteral("Custom");
+// The date/time stamp's correction of a camera's clock: signed seconds added to the taken
+// date before the name is made (days, hours and minutes given in seconds); missing, none.
+inline const QString Shift = QStringLiteral("Shift");
 inline const QString Prefix = QStringLiteral("Prefix");
 inline const QString Suffix = QStringLiteral("Suffix");
 inline const QString Insert = QStringLiteral("Insert");

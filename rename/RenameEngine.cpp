@@ -30,6 +30,7 @@ RenameRules RenameRules::fromSetting(const BatchRenameSetting &setting) {
   r.dateType = intValue(date, RuleKey::Type);
   r.dateFormat = intValue(date, RuleKey::Format);
   r.dateCustom = stringValue(date, RuleKey::Custom);
+  r.dateShift = date.value(RuleKey::Shift).toLongLong();
 
   const QVariantMap &folder = setting.dictAppendFolderName;
   r.folderOn = boolValue(folder, RuleKey::State);
@@ -168,7 +169,10 @@ QString RenameEngine::stampText(const RenameSubject &subject) {
   switch (rules_.dateType) {
   case 0: {
     QDateTime taken = subject.takenDate ? subject.takenDate() : QDateTime();
-    if (!taken.isValid())
+    // The shift corrects the camera's clock: a file's own date has nothing to correct.
+    if (taken.isValid())
+      taken = taken.addSecs(rules_.dateShift);
+    else
       taken = subject.fileCreationDate;
     return cachedDateText(taken);
   }

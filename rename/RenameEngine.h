@@ -24,6 +24,7 @@ struct RenameRules {
   qint32 dateType = 0;
   qint32 dateFormat = 0;
   QString dateCustom;
+  qint64 dateShift = 0; // seconds added to the taken date (the rule's "Shift")
 
   bool folderOn = false;
   qint32 folderAs = 0;
