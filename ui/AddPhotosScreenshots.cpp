@@ -2,6 +2,7 @@
 
 #include "app/AppDelegate.h"
 #include "ui/AddPhotosVC.h"
+#include "ui/BatchSortHeader.h"
 #include "ui/BatchTableModel.h"
 #include "ui/MainWindowController.h"
 #include "ui/PhotoInformationModel.h"
@@ -10,6 +11,7 @@
 
 #include <QDateTimeEdit>
 #include <QDir>
+#include <QHeaderView>
 #include <QListView>
 #include <QPushButton>
 #include <QTableView>
@@ -90,6 +92,20 @@ void addPhotosScreenshotSteps(ScreenshotTour &tour) {
                                       Qt::Checked, Qt::CheckStateRole);
       },
       [t] { return screenOf(*t)->informationModel()->rowCount() == 35; });
+
+  // The list sorted by size, largest first, as a click on the Size header twice leaves it; the
+  // batch goes back to the order of adding for the pictures after.
+  tour.addStep(
+      QStringLiteral("add-photos-sorted-by-size"),
+      [t] {
+        if (auto *sort = screenOf(*t)->findChild<BatchSortHeader *>())
+          sort->sortBy(BatchOrder::Key::Size, true);
+      },
+      [t] { return screenOf(*t)->listView()->horizontalHeader()->isSortIndicatorShown(); });
+  tour.addAction([t] {
+    if (auto *sort = screenOf(*t)->findChild<BatchSortHeader *>())
+      sort->sortBy(BatchOrder::Key::Added, false);
+  });
 
   tour.addStep(
       QStringLiteral("add-photos-filter-sheet"),

@@ -13,8 +13,10 @@
 #include <QHBoxLayout>
 #include <QInputDialog>
 #include <QLabel>
+#include <QMenu>
 #include <QMessageBox>
 #include <QPushButton>
+#include <QToolButton>
 #include <QVBoxLayout>
 
 PresetsPanel::PresetsPanel(AppDelegate *delegate, QWidget *parent)
@@ -43,32 +45,39 @@ PresetsPanel::PresetsPanel(AppDelegate *delegate, QWidget *parent)
   list_->setMinimumWidth(160);
   row->addWidget(new QLabel(tr("Preset:")));
   row->addWidget(list_, 1);
-  const auto button = [&](const QString &text, const QString &name, const QString &tip,
-                          bool (PresetsPanel::*action)(), bool needsSelection) {
-    auto *b = new QPushButton(text);
-    b->setObjectName(name);
-    b->setToolTip(tip);
-    b->setAccessibleName(text);
-    connect(b, &QPushButton::clicked, this, [this, action] { (this->*action)(); });
-    row->addWidget(b);
+  auto *apply = new QPushButton(tr("Apply"));
+  apply->setObjectName(QStringLiteral("presetApply"));
+  apply->setToolTip(tr("Use the chosen preset's settings"));
+  apply->setAccessibleName(tr("Apply preset"));
+  connect(apply, &QPushButton::clicked, this, [this] { applySelected(); });
+  row->addWidget(apply);
+  needsSelection_.append(apply);
+  // The other actions in a menu, so the row fits the settings column.
+  auto *more = new QToolButton;
+  more->setObjectName(QStringLiteral("presetActions"));
+  more->setText(tr("Presets…"));
+  more->setToolTip(tr("Save, update, rename, delete, import or export presets"));
+  more->setAccessibleName(tr("Preset actions"));
+  more->setPopupMode(QToolButton::InstantPopup);
+  auto *menu = new QMenu(more);
+  const auto action = [&](const QString &text, const QString &name, bool (PresetsPanel::*slot)(),
+                          bool needsSelection) {
+    QAction *a = menu->addAction(text);
+    a->setObjectName(name);
+    connect(a, &QAction::triggered, this, [this, slot] { (this->*slot)(); });
     if (needsSelection)
-      needsSelection_.append(b);
+      selectionActions_.append(a);
   };
-  button(tr("Apply"), QStringLiteral("presetApply"), tr("Use the chosen preset's settings"),
-         &PresetsPanel::applySelected, true);
-  button(tr("Save New…"), QStringLiteral("presetSaveNew"),
-         tr("Keep the current settings as a new preset"), &PresetsPanel::saveAsNew, false);
-  button(tr("Update"), QStringLiteral("presetUpdate"),
-         tr("Store the current settings in the chosen preset"), &PresetsPanel::updateSelected,
-         true);
-  button(tr("Rename…"), QStringLiteral("presetRename"), tr("Rename the chosen preset"),
-         &PresetsPanel::renameSelected, true);
-  button(tr("Delete"), QStringLiteral("presetDelete"),
-         tr("Move the chosen preset's file to the trash"), &PresetsPanel::deleteSelected, true);
-  button(tr("Import…"), QStringLiteral("presetImport"), tr("Add a preset from a file"),
-         &PresetsPanel::importFile, false);
-  button(tr("Export…"), QStringLiteral("presetExport"),
-         tr("Write the chosen preset to a file to share"), &PresetsPanel::exportSelected, true);
+  action(tr("Save as New Preset…"), QStringLiteral("presetSaveNew"), &PresetsPanel::saveAsNew,
+         false);
+  action(tr("Update Preset"), QStringLiteral("presetUpdate"), &PresetsPanel::updateSelected, true);
+  action(tr("Rename Preset…"), QStringLiteral("presetRename"), &PresetsPanel::renameSelected, true);
+  action(tr("Delete Preset"), QStringLiteral("presetDelete"), &PresetsPanel::deleteSelected, true);
+  menu->addSeparator();
+  action(tr("Import Preset…"), QStringLiteral("presetImport"), &PresetsPanel::importFile, false);
+  action(tr("Export Preset…"), QStringLiteral("presetExport"), &PresetsPanel::exportSelected, true);
+  more->setMenu(menu);
+  row->addWidget(more);
   column->addLayout(row);
   status_ = new QLabel;
   status_->setObjectName(QStringLiteral("presetStatus"));
@@ -118,6 +127,8 @@ void PresetsPanel::updateButtons() {
   const bool any = list_->currentIndex() >= 0;
   for (QPushButton *b : needsSelection_)
     b->setEnabled(any);
+  for (QAction *a : selectionActions_)
+    a->setEnabled(any);
 }
 
 bool PresetsPanel::applySelected() {

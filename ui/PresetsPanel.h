@@ -5,6 +5,7 @@
 #include <functional>
 
 class AppDelegate;
+class QAction;
 class QComboBox;
 class QLabel;
 class QPushButton;
@@ -49,4 +50,5 @@ private:
   QComboBox *list_;
   QLabel *status_;
   QList<QPushButton *> needsSelection_;
+  QList<QAction *> selectionActions_;
 };

@@ -12,6 +12,7 @@
 #include "ui/ScreenFlowDelegate.h"
 #include "ui/SetupVC.h"
 
+#include <QAction>
 #include <QComboBox>
 #include <QDir>
 #include <QFileInfo>
@@ -103,13 +104,13 @@ TEST_F(PresetsOnSetup, ApplyingAPresetChangesThePreviewAndSavingKeepsTheCurrentS
   panel()->askName = [](const QString &, const QString &, const QString &) {
     return QStringLiteral("Copy");
   };
-  QTest::mouseClick(button("presetSaveNew"), Qt::LeftButton);
+  screen->findChild<QAction *>(QStringLiteral("presetSaveNew"))->trigger();
   Presets::Preset saved;
   ASSERT_TRUE(Presets::find("Copy", &saved, &error)) << error.toStdString();
   EXPECT_EQ(saved.settings.value("Output Format").toInt(), 6);
   EXPECT_EQ(saved.options.value("outputFolderPath").toString(), other);
   EXPECT_EQ(panel()->selectedName(), "Copy");
-  QTest::mouseClick(button("presetSaveNew"), Qt::LeftButton);
+  screen->findChild<QAction *>(QStringLiteral("presetSaveNew"))->trigger();
   EXPECT_TRUE(panel()->message().contains("already exists"));
 }
 
