@@ -439,6 +439,9 @@ QWidget *AddPhotosVC::makeViews() {
   thumbnailView_->setResizeMode(QListView::Adjust);
   thumbnailView_->setMovement(QListView::Static);
   thumbnailView_->setUniformItemSizes(true);
+  // A resize lays out every cell again; in batches the window keeps answering meanwhile.
+  thumbnailView_->setLayoutMode(QListView::Batched);
+  thumbnailView_->setBatchSize(4000);
   thumbnailView_->setGridSize(
       ThumbnailDelegate::cellSizeForWidth(ThumbnailDelegate::kMinimumWidth));
   thumbnailView_->viewport()->installEventFilter(this);
