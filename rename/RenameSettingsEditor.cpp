@@ -3,6 +3,7 @@
 #include "processing/CommonFunc.h"
 #include "rename/BatchRenameSetting.h"
 #include "rename/BoxedValue.h"
+#include "rename/DateShift.h"
 #include "rename/RenameEngine.h"
 
 #include <algorithm>
@@ -188,6 +189,24 @@ QString RenameSettingsEditor::textDidChange(RenameTextField field, const QString
 QString RenameSettingsEditor::textValue(RenameTextField field) const {
   const FieldPlace place = placeOf(field);
   return BoxedValue::stringValue(ruleDict(*setting_, place.rule), place.key);
+}
+
+bool RenameSettingsEditor::dateShiftDidChange(const QString &text) {
+  qint64 seconds = 0;
+  if (!text.trimmed().isEmpty() && !DateShift::parse(text, &seconds))
+    return false;
+  // The key is left out when there is no shift, as in a setting that never had one.
+  if (seconds == 0)
+    setting_->dictDateTimeStamp.remove(RuleKey::Shift);
+  else
+    setting_->dictDateTimeStamp.insert(RuleKey::Shift, seconds);
+  changed();
+  return true;
+}
+
+QString RenameSettingsEditor::dateShiftText() const {
+  const qint64 seconds = setting_->dictDateTimeStamp.value(RuleKey::Shift).toLongLong();
+  return seconds == 0 ? QString() : DateShift::text(seconds);
 }
 
 void RenameSettingsEditor::integerFieldDidChange(RenameIntegerField field, const QString &text) {

@@ -84,6 +84,11 @@ public:
   // integer value, 0 for an empty text.
   void integerFieldDidChange(RenameIntegerField field, const QString &text);
   QString textValue(RenameTextField field) const;
+  // The date/time stamp's clock correction as typed ("+1:00", "-2:00:00"; empty: none).
+  // False, with the setting unchanged, while the text is not a whole shift.
+  bool dateShiftDidChange(const QString &text);
+  // The shift the setting holds in its shortest form; empty when none.
+  QString dateShiftText() const;
   qint32 integerValue(RenameIntegerField field) const;
 
   // --- Option lists ---

@@ -6,6 +6,7 @@
 #include "platform/EncoderSupport.h"
 #include "platform/Workspace.h"
 #include "rename/BatchRenameSetting.h"
+#include "rename/DateShift.h"
 #include "rename/OutputOptionSettings.h"
 #include "ui/PresetsPanel.h"
 #include "ui/PreviewFilterButton.h"
@@ -320,6 +321,25 @@ void ConvertFormatOrRenameView::buildRenamePanel(QWidget *panel) {
   addOptionList(date, OptionDateFormat, tr("Format"), QStringLiteral("dateFormatList"));
   addTextField(date, RenameTextField::CustomDate, tr("Custom text"),
                QStringLiteral("customDateField"));
+  // The camera's clock corrected: the preview follows each whole shift as it is typed.
+  dateShiftField_ = new QLineEdit;
+  dateShiftField_->setObjectName(QStringLiteral("dateShiftField"));
+  dateShiftField_->setAccessibleName(tr("Shift"));
+  dateShiftField_->setPlaceholderText(tr("+1:00"));
+  dateShiftField_->setToolTip(tr("Added to the taken date before naming: [+-][D:]HH:MM[:SS], "
+                                 "e.g. +1:00 or -2:00:00"));
+  dateShiftField_->setMaximumWidth(120);
+  static_cast<QFormLayout *>(date->layout())
+      ->addRow(tr("Shift") + QLatin1Char(':'), dateShiftField_);
+  connect(dateShiftField_, &QLineEdit::textChanged, this, [this](const QString &text) {
+    if (!bound_)
+      return;
+    const bool whole = editor_.dateShiftDidChange(text);
+    // A shift still being typed is marked, and the preview keeps the last whole one.
+    dateShiftField_->setProperty("invalid", !whole);
+    dateShiftField_->setStyleSheet(whole ? QString()
+                                         : QStringLiteral("QLineEdit { color: palette(link); }"));
+  });
 
   QGroupBox *folder =
       addRuleGroup(rulePanel_, RenameRule::AppendFolderName, tr("Append folder name"),
@@ -747,6 +767,19 @@ void ConvertFormatOrRenameView::setupUIForUpdatedRenameSettingDictionary() {
     const int typed = shown.trimmed().toInt(&ok);
     if ((ok ? typed : 0) != value)
       setTextKeepingCursor(it.value(), QString::number(value));
+  }
+  if (dateShiftField_) {
+    // A shift being typed keeps its text while it means what the setting holds.
+    qint64 typed = 0;
+    const QString shown = dateShiftField_->text();
+    const bool same =
+        shown.trimmed().isEmpty()
+            ? editor_.dateShiftText().isEmpty()
+            : DateShift::parse(shown, &typed) && DateShift::text(typed) == editor_.dateShiftText();
+    if (!same && !dateShiftField_->property("invalid").toBool()) {
+      const QSignalBlocker block(dateShiftField_);
+      dateShiftField_->setText(editor_.dateShiftText());
+    }
   }
   for (auto it = optionLists_.cbegin(); it != optionLists_.cend(); ++it) {
     const QSignalBlocker block(it.value());

@@ -140,6 +140,7 @@ private:
   QButtonGroup *destinationModes_ = nullptr;
   QLabel *destinationInfo_ = nullptr;
   QLineEdit *folderField_ = nullptr;
+  QLineEdit *dateShiftField_ = nullptr;
   QPushButton *chooseFolderButton_ = nullptr;
   QCheckBox *openFolderBox_ = nullptr;
   QCheckBox *overwriteBox_ = nullptr;
