@@ -149,9 +149,14 @@ ConvertFormatOrRenameView::ConvertFormatOrRenameView(AppDelegate *delegate, QWid
                      [this](const QVariantMap &) { disablePrevBtn(); });
   center.addObserver(this, Notifications::EnbalePrevBtn,
                      [this](const QVariantMap &) { enablePrevBtn(); });
-  center.addObserver(this, Notifications::ResizeTableHeader, [this](const QVariantMap &) {
-    table_->horizontalHeader()->resizeSections(QHeaderView::Stretch);
-  });
+  center.addObserver(this, Notifications::ResizeTableHeader,
+                     [this](const QVariantMap &) { resizeTableHeader(); });
+  center.addObserver(this, Notifications::WindowResized,
+                     [this](const QVariantMap &) { windowisResizing(); });
+  center.addObserver(this, Notifications::WindowEndResizing,
+                     [this](const QVariantMap &) { windowEndResizing(); });
+  center.addObserver(this, Notifications::AppearInBatchEffectsView,
+                     [this](const QVariantMap &) { appearInBatchEffectsView(); });
 }
 
 ConvertFormatOrRenameView::~ConvertFormatOrRenameView() {
@@ -667,6 +672,7 @@ void ConvertFormatOrRenameView::setupViewNotification() {
   controller_.viewDidAppear();
   editor_.setSetting(controller_.setting);
   ++passesStarted_;
+  passStarting();
   rebuildPending_ = false;
   setupUIForUpdatedRenameSettingDictionary();
   bound_ = true;
@@ -685,6 +691,7 @@ void ConvertFormatOrRenameView::resetAllSettings() {
     controller_.resetAllSettings();
     editor_.setSetting(controller_.setting);
     ++passesStarted_;
+    passStarting();
     loadingDelay_->start();
   }
   bound_ = false;
@@ -701,6 +708,7 @@ void ConvertFormatOrRenameView::requestPreview() {
     return;
   }
   ++passesStarted_;
+  passStarting();
   controller_.resetPreviewForUpdatedRenameSelections(false);
   loadingDelay_->start();
 }
@@ -721,11 +729,14 @@ void ConvertFormatOrRenameView::previewUpdated() {
   if (rebuildPending_ && !controller_.isPreviewRunning()) {
     rebuildPending_ = false;
     ++passesStarted_;
+    passStarting();
     controller_.resetPreviewForUpdatedRenameSelections(false);
   }
   emptyNote_->setText(empty ? tr("The batch is empty. Go back and add photos.") : QString());
   emptyNote_->setVisible(empty && !isPreviewBusy());
   updateLoadingIndicator();
+  if (!isPreviewBusy())
+    passesEnded();
   Q_EMIT previewShown();
   if (startWhenReady_ && !isPreviewBusy()) {
     startWhenReady_ = false;
@@ -912,4 +923,30 @@ void ConvertFormatOrRenameView::disablePrevBtn() {
 
 void ConvertFormatOrRenameView::enablePrevBtn() {
   backButton_->setEnabled(true);
+}
+
+void ConvertFormatOrRenameView::windowisResizing() {
+  // Qt's layouts follow the window as it goes; the columns are fitted once it stops.
+}
+
+void ConvertFormatOrRenameView::windowEndResizing() {
+  resizeTableHeader();
+}
+
+void ConvertFormatOrRenameView::resizeTableHeader() {
+  table_->horizontalHeader()->resizeSections(QHeaderView::Stretch);
+}
+
+void ConvertFormatOrRenameView::appearInBatchEffectsView() {
+  setupViewNotification();
+}
+
+void ConvertFormatOrRenameView::passStarting() {
+  NotificationCenter &center = NotificationCenter::defaultCenter();
+  center.post(Notifications::HideLoading);
+  center.post(Notifications::ShowLoading);
+}
+
+void ConvertFormatOrRenameView::passesEnded() {
+  NotificationCenter::defaultCenter().post(Notifications::HideLoading);
 }

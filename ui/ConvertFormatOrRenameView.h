@@ -49,6 +49,12 @@ public:
   // The back button is disabled while the summary is shown, and enabled again after.
   void disablePrevBtn();
   void enablePrevBtn();
+  // The window is being resized, or has been: the table's columns follow its width.
+  void windowisResizing();
+  void windowEndResizing();
+  void resizeTableHeader();
+  // The settings view is shown again within its screen: as when the screen opens.
+  void appearInBatchEffectsView();
 
   RenamePreviewController &controller() { return controller_; }
   RenameSettingsEditor &editor() { return editor_; }
@@ -151,6 +157,9 @@ private:
   QList<PreviewFilterButton *> filterButtons_;
   QWidget *loading_ = nullptr;
   QTimer *loadingDelay_ = nullptr;
+  // Announces a pass starting, or the last pending one ending, to whoever shows loading.
+  void passStarting();
+  void passesEnded();
   PreviewTableModel *model_ = nullptr;
   PreviewFilterProxy *proxy_ = nullptr;
   QTableView *table_ = nullptr;

@@ -141,6 +141,15 @@ SetupVC::SetupVC(AppDelegate *delegate, ScreenFlowDelegate *flow, QWidget *paren
                      [this](const QVariantMap &) { setEnabled(false); });
   center.addObserver(this, Notifications::Enable,
                      [this](const QVariantMap &) { setEnabled(true); });
+  center.addObserver(this, Notifications::WindowResized,
+                     [this](const QVariantMap &) { windowisResizing(); });
+  center.addObserver(this, Notifications::WindowEndResizing,
+                     [this](const QVariantMap &) { windowEndResizing(); });
+  headerResize_ = new QTimer(this);
+  headerResize_->setSingleShot(true);
+  headerResize_->setInterval(150);
+  connect(headerResize_, &QTimer::timeout, this,
+          [] { NotificationCenter::defaultCenter().post(Notifications::ResizeTableHeader); });
 }
 
 SetupVC::~SetupVC() {
@@ -353,8 +362,23 @@ void SetupVC::showEvent(QShowEvent *event) {
 
 void SetupVC::viewWillAppearNotofication() {
   // The screen shows again: the settings of a batch that may have changed since.
-  if (currentPage() == SettingsPage && !delegate_->isPHOTOS_PROCESSING_IN_PROGERESS)
+  if (currentPage() == SettingsPage && !delegate_->isPHOTOS_PROCESSING_IN_PROGERESS) {
     NotificationCenter::defaultCenter().post(Notifications::SetupConvertAndRename);
+    NotificationCenter::defaultCenter().post(Notifications::ResizeTableHeader);
+  }
+}
+
+void SetupVC::enableBackButton() {
+  NotificationCenter::defaultCenter().post(Notifications::EnbalePrevBtn);
+}
+
+void SetupVC::windowisResizing() {
+  headerResize_->start();
+}
+
+void SetupVC::windowEndResizing() {
+  headerResize_->stop();
+  NotificationCenter::defaultCenter().post(Notifications::ResizeTableHeader);
 }
 
 // --- Sheets ---
@@ -560,8 +584,10 @@ void SetupVC::addSummaryViewIsFinished(bool finished) {
 }
 
 void SetupVC::performBackOnSummaryAction() {
-  NotificationCenter::defaultCenter().post(Notifications::EnbalePrevBtn);
+  // The back button stays off while the screen changes under it, then comes back.
+  NotificationCenter::defaultCenter().post(Notifications::DisbalePrevBtn);
   showPage(SettingsPage);
+  enableBackButton();
   if (flow_)
     flow_->checkForDeletedPhotosInSourceFolder(false);
   NotificationCenter::defaultCenter().post(Notifications::SetupConvertAndRename);

@@ -69,6 +69,10 @@ public:
   QPushButton *stopButton() const { return stopButton_; }
   // Back from the summary to the settings of the same batch.
   void performBackOnSummaryAction();
+  void enableBackButton();
+  // The window was resized: the preview's columns are fitted again a moment after.
+  void windowisResizing();
+  void windowEndResizing();
 
 Q_SIGNALS:
   // The run ended and the summary is up.
@@ -114,6 +118,7 @@ private:
   // Results arrive faster than they can be read: the latest texts are shown ten times a
   // second.
   QTimer *frame_ = nullptr;
+  QTimer *headerResize_ = nullptr;
   QString pendingBatchInfo_;
   int pendingProgress_ = -1;
   qint64 pendingRow_ = -1;

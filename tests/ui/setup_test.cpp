@@ -1,4 +1,6 @@
 #include "app/AppDelegate.h"
+#include "app/NotificationCenter.h"
+#include "app/Notifications.h"
 #include "intake/PhotoFile.h"
 #include "processing/BatchRun.h"
 #include "rename/BatchRenameSetting.h"
@@ -204,6 +206,52 @@ TEST_F(SetupScreen, TypingIntoABusyPreviewQueuesOnePassNotOnePerKey) {
   settle();
   EXPECT_TRUE(newPath(0).contains(QStringLiteral("/Holidays24"))) << qPrintable(newPath(0));
   EXPECT_EQ(find<QLineEdit>("newNameField")->text(), QStringLiteral("Holidays24"));
+}
+
+// The screen's side of the application-wide notifications: a pass is announced to whoever
+// shows loading, a resize fits the table's columns once it settles, and the way back from the
+// summary turns the back button off and on again.
+TEST_F(SetupScreen, PostsAndObservesItsNotifications) {
+  QStringList posted;
+  QObject listener;
+  NotificationCenter &center = NotificationCenter::defaultCenter();
+  for (const QString &name :
+       {Notifications::ShowLoading, Notifications::HideLoading, Notifications::ResizeTableHeader,
+        Notifications::DisbalePrevBtn, Notifications::EnbalePrevBtn})
+    center.addObserver(&listener, name, [&posted, name](const QVariantMap &) { posted << name; });
+  open(3);
+
+  posted.clear();
+  modifyNames();
+  EXPECT_EQ(posted.mid(0, 2),
+            (QStringList{Notifications::HideLoading, Notifications::ShowLoading}));
+  EXPECT_EQ(posted.last(), Notifications::HideLoading);
+
+  posted.clear();
+  center.post(Notifications::WindowResized);
+  EXPECT_TRUE(posted.isEmpty()); // not while the window is still being dragged
+  EXPECT_TRUE(QTest::qWaitFor([&] { return !posted.isEmpty(); }, 5000));
+  EXPECT_EQ(posted, QStringList{Notifications::ResizeTableHeader});
+  posted.clear();
+  center.post(Notifications::WindowEndResizing);
+  EXPECT_EQ(posted, QStringList{Notifications::ResizeTableHeader});
+
+  auto *back = find<QPushButton>("backButton");
+  ASSERT_NE(back, nullptr);
+  posted.clear();
+  center.post(Notifications::DisbalePrevBtn);
+  EXPECT_FALSE(back->isEnabled());
+  screen->performBackOnSummaryAction();
+  EXPECT_EQ(posted.mid(0, 3),
+            (QStringList{Notifications::DisbalePrevBtn, Notifications::DisbalePrevBtn,
+                         Notifications::EnbalePrevBtn}));
+  EXPECT_TRUE(back->isEnabled());
+  settle();
+
+  const int before = view()->passesStarted();
+  center.post(Notifications::AppearInBatchEffectsView);
+  EXPECT_GT(view()->passesStarted(), before);
+  settle();
 }
 
 // The taken date is read once per photo and kept, until the file itself changes.
