@@ -4,6 +4,7 @@
 #include "app/NotificationCenter.h"
 #include "app/Notifications.h"
 #include "intake/PhotoFile.h"
+#include "metadata/ExifInfo.h"
 #include "metadata/InformationTable.h"
 #include "platform/FileTypes.h"
 #include "platform/StandardFolders.h"
@@ -541,6 +542,11 @@ QWidget *AddPhotosVC::makeInformationPanel() {
   informationView_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
   informationView_->setTextElideMode(Qt::ElideRight);
   column->addWidget(informationView_, 1);
+  dateSource_ = new QLabel(panel);
+  dateSource_->setObjectName(QStringLiteral("dateSourceLabel"));
+  dateSource_->setAccessibleName(QStringLiteral("Date source"));
+  dateSource_->setTextInteractionFlags(Qt::TextSelectableByKeyboard | Qt::TextSelectableByMouse);
+  column->addWidget(dateSource_);
   return panel;
 }
 
@@ -1203,13 +1209,17 @@ void AddPhotosVC::loadInformation(const std::shared_ptr<PhotoFile> &photo) {
   const QString path = photo->filePath;
   // Reading the properties touches the disk: off the window's thread.
   informationPool_.start([this, path, generation] {
-    const QList<QVariantMap> rows = InformationTable::createArrayToUpdateMetaDataWithNode(path);
+    const std::shared_ptr<ExifInfo> exif = ExifInfo::initWithFile(path);
+    const QList<QVariantMap> rows = InformationTable::createArrayToUpdateMetaDataWithNode(
+        InformationTable::FileFacts::forPath(path), exif.get());
+    const QString source = exif->dateSourceText();
     QMetaObject::invokeMethod(
         this,
-        [this, rows, generation] {
+        [this, rows, source, generation] {
           if (generation != informationGeneration_)
             return;
           informationModel_->setRows(rows);
+          dateSource_->setText(QStringLiteral("Date Source: %1").arg(source));
           Q_EMIT informationLoaded();
         },
         Qt::QueuedConnection);

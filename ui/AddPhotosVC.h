@@ -198,6 +198,7 @@ private:
   QTableView *listView_ = nullptr;
   QTableView *informationView_ = nullptr;
   QLabel *informationTitle_ = nullptr;
+  QLabel *dateSource_ = nullptr; // below the table: where the capture date came from
   QLabel *summary_ = nullptr;
   QProgressBar *screenProgress_ = nullptr;
   QWidget *viewsArea_ = nullptr;

@@ -186,6 +186,12 @@ TEST_F(AddPhotosScreen, SelectedPhotoShowsItsInformation) {
   EXPECT_EQ(screen->informationModel()->value(QStringLiteral("File Name")), fileName);
   EXPECT_EQ(screen->informationView()->model()->index(0, 1).data().toString(), fileName);
   EXPECT_EQ(delegate.selectedImageIndex, row);
+  // Below the table (which keeps its 35 rows): where the capture date came from.
+  const auto *dateSource = screen->findChild<QLabel *>(QStringLiteral("dateSourceLabel"));
+  ASSERT_NE(dateSource, nullptr);
+  EXPECT_TRUE(dateSource->text().startsWith(QStringLiteral("Date Source: EXIF ")) ||
+              dateSource->text() == QStringLiteral("Date Source: File creation date"))
+      << dateSource->text().toStdString();
 }
 
 // Delete removes the selected photo after its sheet; the same file can be added again.
