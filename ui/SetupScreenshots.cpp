@@ -108,6 +108,37 @@ void setupScreenshotSteps(ScreenshotTour &tour) {
       },
       [&tour] { return previewSettled(setupScreen(tour)); });
 
+  // The camera's clock corrected by a day in the date stamp's Shift field, then the newer
+  // formats in the format list with HEIC chosen (its quality panel shown); both undone after.
+  tour.addStep(
+      QStringLiteral("setup-date-shift") + suffix,
+      [&tour] {
+        if (auto *shift = child<QLineEdit>(setupScreen(tour), "dateShiftField"))
+          shift->setText(QStringLiteral("+1:00:00"));
+      },
+      [&tour] { return previewSettled(setupScreen(tour)); });
+  tour.addStep(
+      QStringLiteral("setup-format-heic") + suffix,
+      [&tour] {
+        if (auto *list = child<QComboBox>(setupScreen(tour), "outputFormatList")) {
+          const int heic = list->findText(QStringLiteral("heic"));
+          list->setCurrentIndex(heic);
+          Q_EMIT list->activated(heic);
+        }
+      },
+      [&tour] { return previewSettled(setupScreen(tour)); });
+  tour.addAction(
+      [&tour] {
+        SetupVC *screen = setupScreen(tour);
+        if (auto *shift = child<QLineEdit>(screen, "dateShiftField"))
+          shift->clear();
+        if (auto *list = child<QComboBox>(screen, "outputFormatList")) {
+          list->setCurrentIndex(0);
+          Q_EMIT list->activated(0);
+        }
+      },
+      [&tour] { return previewSettled(setupScreen(tour)); });
+
   tour.addStep(
       QStringLiteral("setup-preview-errors") + suffix,
       [&tour] {
