@@ -23,6 +23,7 @@
 #include <QLineEdit>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QScrollArea>
 #include <QSemaphore>
 #include <QTemporaryDir>
 #include <QThread>
@@ -124,6 +125,13 @@ void setupScreenshotSteps(ScreenshotTour &tour) {
           const int heic = list->findText(QStringLiteral("heic"));
           list->setCurrentIndex(heic);
           Q_EMIT list->activated(heic);
+          // The settings column scrolled to the list and its quality panel.
+          for (QWidget *up = list->parentWidget(); up; up = up->parentWidget()) {
+            if (auto *scroll = qobject_cast<QScrollArea *>(up)) {
+              scroll->ensureWidgetVisible(list, 50, 200);
+              break;
+            }
+          }
         }
       },
       [&tour] { return previewSettled(setupScreen(tour)); });
@@ -136,6 +144,9 @@ void setupScreenshotSteps(ScreenshotTour &tour) {
           list->setCurrentIndex(0);
           Q_EMIT list->activated(0);
         }
+        for (QScrollArea *scroll :
+             screen ? screen->findChildren<QScrollArea *>() : QList<QScrollArea *>())
+          scroll->ensureVisible(0, 0);
       },
       [&tour] { return previewSettled(setupScreen(tour)); });
 
