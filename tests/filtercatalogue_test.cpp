@@ -158,29 +158,6 @@ TEST_F(Catalogue, WithoutPicturesNothingButBatchConversionIsOffered) {
   EXPECT_TRUE(empty->uniqueFilterNames.isEmpty());
 }
 
-TEST(SortArr, SortsRecordsAndCategoriesByTheNamedKeyStably) {
-  const auto record = [](const char *name, const char *display, bool duplicate = false) {
-    return std::make_shared<FilterRecord>(FilterRecord{name, display, {}, duplicate});
-  };
-  const FilterRecordList records = {record("CIc", "Beta"), record("CIa", "alpha", true),
-                                    record("CIb", "Beta"), record("CId", "Alpha")};
-  // Plain comparison: capitals before small letters; equal keys keep their order.
-  EXPECT_EQ(names(FiltersList::sortArr(records, QStringLiteral("filterDisplayName"))),
-            (QStringList{"CId", "CIc", "CIb", "CIa"}));
-  EXPECT_EQ(names(FiltersList::sortArr(records, QStringLiteral("filterIsDuplicate"))),
-            (QStringList{"CIc", "CIb", "CId", "CIa"}));
-  EXPECT_EQ(names(FiltersList::sortArr(records, QStringLiteral("noSuchKey"))), names(records));
-  EXPECT_TRUE(FiltersList::sortArr(FilterRecordList{}, QStringLiteral("filterName")).isEmpty());
-
-  FilterCategoryList categories;
-  for (const char *display : {"Stylize", "Blur", "Distortion Effect"}) {
-    categories << std::make_shared<FilterCategoryInfo>();
-    categories.last()->categoryName = categories.last()->categoryDisplayName = display;
-  }
-  EXPECT_EQ(names(FiltersList::sortArr(categories, QStringLiteral("categoryDisplayName"))),
-            (QStringList{"Blur", "Distortion Effect", "Stylize"}));
-}
-
 TEST(SharedCatalogue, OffersWorkingFiltersWithPicturesFromTheResource) {
   const QString path =
       Resources::pathForResource(QStringLiteral("FilterImages"), QStringLiteral("plist"));

@@ -81,18 +81,13 @@ INSTANTIATE_TEST_SUITE_P(AllEight, OrientationTest,
                                   std::to_string(std::get<1>(info.param));
                          });
 
-TEST(RotateWithExif, OutsideTheTableUnchangedAndThreeIsAHalfTurn) {
+TEST(RotateWithExif, OutsideTheTableUnchanged) {
   const VImage image = load(testenv::photo("jpg/orientation/landscape_1.jpg"));
   for (int o : {-1, 0, 1, 9}) {
     const VImage same = Utils::RotateWithEXIF(image, o);
     EXPECT_EQ(same.width(), image.width());
     EXPECT_DOUBLE_EQ(meanDifference(same, image), 0.0);
   }
-  EXPECT_DOUBLE_EQ(meanDifference(Utils::RotateWithEXIF(image, 3), image.rot(VIPS_ANGLE_D180)),
-                   0.0);
-  const VImage six = Utils::RotateWithEXIF(image, 6);
-  EXPECT_EQ(six.width(), image.height());
-  EXPECT_EQ(six.height(), image.width());
 }
 
 // Every colour model the encoders could refuse comes out as RGB of the same size: 8-bit sRGB,
