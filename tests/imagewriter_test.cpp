@@ -131,22 +131,11 @@ INSTANTIATE_TEST_SUITE_P(
                       FormatRow{"jp2", 6, QByteArray("\0\0\0\x0CjP", 6), true}),
     [](const auto &info) { return std::string(info.param.extension); });
 
-TEST(WriterQuality, FactorsOfTheQualityBranch) {
+// The default 0.82 must reach the encoder as 82, not 81.
+TEST(WriterQuality, DefaultQualityRoundsTo82) {
   RunSettings s;
   s.outputFormat = 5; // jpeg
-  s.isSetQuality = true;
-  s.qualityRatio = 1.0f;
-  EXPECT_FLOAT_EQ(ImageWriter::qualityFactor(s), 0.98f);
-  s.isSetQuality = false;
-  EXPECT_EQ(std::lround(ImageWriter::qualityFactor(s) * 100), 82); // 0.82 gives 82, not 81
-  s.outputFormat = 6;                                              // png
-  EXPECT_FLOAT_EQ(ImageWriter::qualityFactor(s), 0.98f);
-  for (int format : {0, 1, 2, 3, 4, 5, 6, 7, 8}) {
-    s.outputFormat = format;
-    EXPECT_EQ(ImageWriter::usesQualityBranch(s),
-              format == 0 || format == 4 || format == 5 || format == 7);
-  }
-  EXPECT_EQ(ImageWriter::pdfPageQuality(RunSettings{}), 82);
+  EXPECT_EQ(std::lround(ImageWriter::qualityFactor(s) * 100), 82);
 }
 
 // A lower JPEG quality gives a smaller file of the same picture (one large enough that its
