@@ -165,11 +165,6 @@ TEST_F(AppDelegateTest, SeventhLaunchAsksAndResetsTheCount) {
 }
 
 TEST_F(AppDelegateTest, NoIsFinalUntilTheVersionChanges) {
-  AppDelegate::AlertRequest alert = AppDelegate::rateAppAlert();
-  EXPECT_EQ(alert.messageText, QStringLiteral("Enjoy Using Our App? Please Rate Us"));
-  EXPECT_EQ(alert.informativeText, QString());
-  EXPECT_EQ(alert.buttonTitles, QStringList({"YES", "NO"}));
-
   for (int n = 1; n <= 6; ++n)
     launch();
   AppDelegate delegate;

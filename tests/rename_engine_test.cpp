@@ -123,7 +123,6 @@ INSTANTIATE_TEST_SUITE_P(
     ::testing::ValuesIn(std::vector<EngineRow>{
         {"First", digits135, "name.jpg", "name1.JPG", 0},
         {"Second", digits135, "name.jpg", "name3.JPG", 1},
-        {"Third", digits135, "name.jpg", "name5.JPG", 2},
         {"Prefix", on(kDigit, {{"As", 0}, {"Starting Index", 7}}), "name.jpg", "7name.JPG"},
         {"InsertNegativePositionAddsNothing", insertDigit(-1), "hello.jpg", "hello.JPG"},
         {"InsertBeyondEndAppends", insertDigit(99), "hello.jpg", "hello1.JPG"},
