@@ -20,6 +20,12 @@ int info(const QStringList &arguments) {
   QTextStream out(stdout);
   QTextStream err(stderr);
   QStringList args = arguments;
+  if (args.contains(QStringLiteral("--help")) || args.contains(QStringLiteral("-h"))) {
+    out << "usage: quillmere info [--date-source] FILE...\n"
+           "  the 35 rows of the photo information table of each FILE, title<TAB>value\n"
+           "  --date-source   one more row, \"Date Source\": where the capture date came from\n";
+    return CommandLine::ExitOk;
+  }
   const bool dateSource = args.removeAll(QStringLiteral("--date-source")) > 0;
   if (args.isEmpty()) {
     err << "quillmere: info needs at least one FILE\n" << CommandLine::usageText();
