@@ -34,9 +34,9 @@ const QStringList kValueOptions = {
     "--remove-from", "--remove-to",   "--remove-chars", "--remove-words", "--case",
     "--digits",      "--sort",        "--preset",       "--date-shift",
 };
-const QStringList kFlags = {"-r",          "--recursive",  "--beside",
-                            "--overwrite", "--keep-dates", "--keep-names",
-                            "--lower-ext", "--upper-ext",  "--reverse"};
+const QStringList kFlags = {"-r",           "--recursive",       "--beside",    "--overwrite",
+                            "--keep-dates", "--keep-names",      "--lower-ext", "--upper-ext",
+                            "--reverse",    "--write-date-shift"};
 
 QStringList formatNames() {
   return {"keep", "tif", "bmp",  "gif",  "jpg",  "jpeg", "png",
@@ -288,6 +288,9 @@ void applyFlag(const QString &flag, Parsed *out) {
     o.setOutputDateTimeAsOriginal = true;
   else if (flag == "--keep-names")
     s.flagRenamingMode = 0;
+  else if (flag == "--write-date-shift")
+    // Like the shift itself, the write-back does not switch the stamp on.
+    s.dictDateTimeStamp.insert(RuleKey::WriteShift, true);
   else if (flag == "--lower-ext")
     ruleOn(s, s.dictUseLowerCaseForFileExtension);
   else if (flag == "--upper-ext") {
@@ -439,6 +442,8 @@ QString helpText() {
       "  --date-as prefix|suffix  where the stamp goes (default prefix)\n"
       "  --date-shift [+-][D:]HH:MM[:SS]   corrects the camera's clock: added to the taken\n"
       "                           date before naming (HH:MM, D:HH:MM or D:HH:MM:SS)\n"
+      "  --write-date-shift       also write the shifted taken date into the results' EXIF\n"
+      "                           DateTimeOriginal and CreateDate (the photos are untouched)\n"
       "  --folder-name prefix|suffix      add the photo's folder name\n"
       "  --prefix TEXT, --suffix TEXT, --insert TEXT --insert-at N\n"
       "  --number prefix|suffix|insert    a running number; --start N, --step N, "

@@ -186,6 +186,17 @@ ImageWriter::StillPlan ImageWriter::stillPlan(const QString &newPath, int repTyp
   return plan;
 }
 
+QString ImageWriter::writtenTakenDate(const PhotoFile &photo) const {
+  if (!settings.writeDateShift || settings.dateShift == 0)
+    return QString();
+  // A photo without a capture date has no camera clock to correct; its file date is not
+  // written as one. The shift is added as the names add it, so both agree.
+  const QDateTime taken = photo.captureDateOfFile();
+  if (!taken.isValid())
+    return QString();
+  return taken.addSecs(settings.dateShift).toString(QStringLiteral("yyyy:MM:dd HH:mm:ss"));
+}
+
 ImageWriter::Bitmap ImageWriter::bitmapForWriting(const VImage &image,
                                                   const QVariantMap &properties) {
   Bitmap b;
@@ -210,7 +221,8 @@ std::optional<EncodedFile> ImageWriter::encodeAhead(const VImage &image, const Q
     return std::nullopt;
   const Bitmap b = bitmapForWriting(image, properties);
   return Utils::sharedUtils().encodeWithProperties(plan.repType, b.bitmap, b.properties,
-                                                   plan.factor, -1, photo.filePath);
+                                                   plan.factor, -1, photo.filePath, nullptr,
+                                                   writtenTakenDate(photo));
 }
 
 bool ImageWriter::commitStill(const EncodedFile &encoded, const QString &newPath, QString *reason,
@@ -247,7 +259,8 @@ bool ImageWriter::saveImageUsingDefaultMethodInDirectoryFilteredImg(
   const Bitmap b = bitmapForWriting(image, Utils::sharedUtils().getImageeExifDict(photo.filePath));
   if (!plan.compression) {
     const std::optional<EncodedFile> bytes = Utils::sharedUtils().encodeWithProperties(
-        plan.repType, b.bitmap, b.properties, plan.factor, -1, photo.filePath, reason);
+        plan.repType, b.bitmap, b.properties, plan.factor, -1, photo.filePath, reason,
+        writtenTakenDate(photo));
     if (!bytes) {
       failure_ = Failure::Encoding;
       return false;
@@ -273,7 +286,8 @@ bool ImageWriter::saveImageUsingDefaultMethodInDirectoryFilteredImg(
                                   VImage::option()->set("access", VIPS_ACCESS_SEQUENTIAL));
       const std::optional<EncodedFile> bytes = Utils::sharedUtils().encodeWithProperties(
           plan.repType, intermediate, b.properties, 0.98f,
-          std::clamp(int(settings.compressionRatio), 0, 9), photo.filePath, reason);
+          std::clamp(int(settings.compressionRatio), 0, 9), photo.filePath, reason,
+          writtenTakenDate(photo));
       if (bytes)
         written = commitStill(*bytes, newPath, reason, alreadyExists);
       else

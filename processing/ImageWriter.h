@@ -108,6 +108,9 @@ private:
     bool compression = false; // through an intermediate PNG and the compressor
   };
   StillPlan stillPlan(const QString &newPath, int repType) const;
+  // The photo's capture date moved by the settings' clock correction, as EXIF writes it, when
+  // the run writes it into the outputs; empty otherwise (no correction, or no capture date).
+  QString writtenTakenDate(const PhotoFile &photo) const;
   // The bitmap the encoders take, turned by hand when automatic correction is off, with the
   // source's properties.
   struct Bitmap {

@@ -11,6 +11,8 @@ RunSettings runSettingsFrom(const BatchRenameSetting *rename, const OutputOption
     settings.qualityRatio = float(rename->quality());
     settings.isSetCompression = rename->setCompression();
     settings.compressionRatio = rename->compression();
+    settings.dateShift = rename->dictDateTimeStamp.value(RuleKey::Shift).toLongLong();
+    settings.writeDateShift = rename->dictDateTimeStamp.value(RuleKey::WriteShift).toBool();
   }
   if (output) {
     settings.outputFolderPath = output->resolvedOutputFolderPath();

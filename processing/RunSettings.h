@@ -12,6 +12,10 @@ struct RunSettings {
   float qualityRatio = 1.0f; // 0.0-1.0
   bool isSetCompression = false;
   qint32 compressionRatio = 0; // 0-9, see Utils::encodeImage
+  // The date/time stamp's clock correction (seconds) and whether the outputs get the corrected
+  // taken date in their EXIF.
+  qint64 dateShift = 0;
+  bool writeDateShift = false;
 
   // From the output options.
   QString outputFolderPath;

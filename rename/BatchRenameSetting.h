@@ -95,6 +95,9 @@ inline const QString Custom = QStringLiteral("Custom");
 // The date/time stamp's correction of a camera's clock: signed seconds added to the taken
 // date before the name is made (days, hours and minutes given in seconds); missing, none.
 inline const QString Shift = QStringLiteral("Shift");
+// Whether a run writes the shifted taken date into its outputs' EXIF DateTimeOriginal and
+// CreateDate, so other tools agree with the new names; missing, no (the source is never touched).
+inline const QString WriteShift = QStringLiteral("Write Shift");
 inline const QString Prefix = QStringLiteral("Prefix");
 inline const QString Suffix = QStringLiteral("Suffix");
 inline const QString Insert = QStringLiteral("Insert");

@@ -209,6 +209,18 @@ QString RenameSettingsEditor::dateShiftText() const {
   return seconds == 0 ? QString() : DateShift::text(seconds);
 }
 
+void RenameSettingsEditor::setWriteDateShift(bool on) {
+  // Left out when off, as in a setting that never had it; names do not change either way.
+  if (on)
+    setting_->dictDateTimeStamp.insert(RuleKey::WriteShift, true);
+  else
+    setting_->dictDateTimeStamp.remove(RuleKey::WriteShift);
+}
+
+bool RenameSettingsEditor::writeDateShift() const {
+  return setting_->dictDateTimeStamp.value(RuleKey::WriteShift).toBool();
+}
+
 void RenameSettingsEditor::integerFieldDidChange(RenameIntegerField field, const QString &text) {
   const FieldPlace place = placeOf(field);
   setRuleValue(*setting_, place.rule, place.key, BoxedValue::intValue(QVariant(text)));

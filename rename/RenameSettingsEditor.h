@@ -89,6 +89,9 @@ public:
   bool dateShiftDidChange(const QString &text);
   // The shift the setting holds in its shortest form; empty when none.
   QString dateShiftText() const;
+  // Whether runs write the shifted taken date into the outputs' EXIF (the stamp's "Write Shift").
+  void setWriteDateShift(bool on);
+  bool writeDateShift() const;
   qint32 integerValue(RenameIntegerField field) const;
 
   // --- Option lists ---

@@ -1,11 +1,14 @@
 // Correcting a camera's clock: the "Shift" of the date/time stamp, as typed and as named.
 #include "tests/support/TestEnv.h"
 
+#include "platform/MetadataCopy.h"
 #include "rename/BatchRenameSetting.h"
 #include "rename/DateShift.h"
 #include "rename/RenameEngine.h"
 
+#include <QCryptographicHash>
 #include <QDir>
+#include <QFile>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
@@ -119,6 +122,74 @@ TEST(DateShift, CommandLineTakesTheShiftAndRefusesABadOne) {
       testenv::runQuillmere({"preview", "--copy", out, "--date-shift", "+1:75", photo});
   EXPECT_EQ(bad.exitCode, 64);
   EXPECT_TRUE(bad.err.contains("--date-shift")) << bad.err.toStdString();
+}
+
+QByteArray fileDigest(const QString &path) {
+  QFile file(path);
+  if (!file.open(QIODevice::ReadOnly))
+    return {};
+  return QCryptographicHash::hash(file.readAll(), QCryptographicHash::Sha256);
+}
+
+// The one file a run put in folder.
+QString onlyOutput(const QString &folder) {
+  const QFileInfoList files = QDir(folder).entryInfoList(QDir::Files);
+  EXPECT_EQ(files.size(), 1) << folder.toStdString();
+  return files.isEmpty() ? QString() : files.first().filePath();
+}
+
+TEST(DateShift, RunWritesTheShiftedDateIntoOutputsOnlyWhenAsked) {
+  QTemporaryDir dir;
+  ASSERT_TRUE(dir.isValid());
+  // Taken 2008:05:30 15:56:01 (DateTimeOriginal and DateTimeDigitized), modified 2008:07:31.
+  const QString photo = testenv::copyPhoto("jpg/Canon_40D.jpg", dir.path());
+  const QByteArray before = fileDigest(photo);
+  ASSERT_FALSE(before.isEmpty());
+  const auto dateOf = [](const QString &path, const char *key) {
+    return platform::MetadataCopy::readValue(path, QLatin1String(key));
+  };
+  ASSERT_EQ(dateOf(photo, "Exif.Photo.DateTimeOriginal"), "2008:05:30 15:56:01");
+
+  const QString written = dir.filePath("written");
+  const testenv::ProcessResult run = testenv::runQuillmere(
+      {"run", "--copy", written, "--date-shift", "+1:00", "--write-date-shift", photo});
+  ASSERT_EQ(run.exitCode, 0) << run.err.toStdString();
+  const QString output = onlyOutput(written);
+  EXPECT_EQ(dateOf(output, "Exif.Photo.DateTimeOriginal"), "2008:05:30 16:56:01");
+  EXPECT_EQ(dateOf(output, "Exif.Photo.DateTimeDigitized"), "2008:05:30 16:56:01");
+  // The modification date is not the taken date: it stays.
+  EXPECT_EQ(dateOf(output, "Exif.Image.DateTime"), "2008:07:31 10:38:11");
+  EXPECT_EQ(fileDigest(photo), before);
+
+  // Without the flag the shift only renames: the output keeps the camera's dates.
+  const QString kept = dir.filePath("kept");
+  const testenv::ProcessResult plain =
+      testenv::runQuillmere({"run", "--copy", kept, "--date-shift", "+1:00", photo});
+  ASSERT_EQ(plain.exitCode, 0) << plain.err.toStdString();
+  const QString keptOutput = onlyOutput(kept);
+  EXPECT_EQ(dateOf(keptOutput, "Exif.Photo.DateTimeOriginal"), "2008:05:30 15:56:01");
+  EXPECT_EQ(dateOf(keptOutput, "Exif.Photo.DateTimeDigitized"), "2008:05:30 15:56:01");
+  EXPECT_EQ(fileDigest(photo), before);
+}
+
+TEST(DateShift, WriteShiftTravelsInTheSettingsFile) {
+  // A setting whose stamp says "Write Shift" writes the date back, as the flag does.
+  QTemporaryDir dir;
+  ASSERT_TRUE(dir.isValid());
+  const QString photo = testenv::copyPhoto("jpg/Canon_40D.jpg", dir.path());
+  // Two days back; the stamp itself stays off.
+  const QString settings = testenv::writeFile(
+      dir.filePath("settings.plist"),
+      "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\"><dict>"
+      "<key>Date/Time Stamp</key><dict><key>State</key><false/>"
+      "<key>Shift</key><integer>-172800</integer><key>Write Shift</key><true/></dict>"
+      "</dict></plist>\n");
+  const QString out = dir.filePath("out");
+  const testenv::ProcessResult run =
+      testenv::runQuillmere({"run", "--copy", out, "--settings", settings, photo});
+  ASSERT_EQ(run.exitCode, 0) << run.err.toStdString();
+  EXPECT_EQ(platform::MetadataCopy::readValue(onlyOutput(out), "Exif.Photo.DateTimeOriginal"),
+            "2008:05:28 15:56:01");
 }
 
 } // namespace

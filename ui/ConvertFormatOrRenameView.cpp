@@ -345,6 +345,18 @@ void ConvertFormatOrRenameView::buildRenamePanel(QWidget *panel) {
     dateShiftField_->setStyleSheet(whole ? QString()
                                          : QStringLiteral("QLineEdit { color: palette(link); }"));
   });
+  // The correction written back into the outputs' EXIF, so other tools agree with the names.
+  writeDateShiftBox_ = new QCheckBox(tr("Write corrected date into photos"));
+  writeDateShiftBox_->setObjectName(QStringLiteral("writeDateShiftBox"));
+  writeDateShiftBox_->setAccessibleName(writeDateShiftBox_->text());
+  writeDateShiftBox_->setToolTip(tr("The converted photos get the shifted taken date as their "
+                                    "EXIF DateTimeOriginal and CreateDate; the originals are "
+                                    "never changed"));
+  static_cast<QFormLayout *>(date->layout())->addRow(QString(), writeDateShiftBox_);
+  connect(writeDateShiftBox_, &QCheckBox::toggled, this, [this](bool on) {
+    if (bound_)
+      editor_.setWriteDateShift(on);
+  });
 
   QGroupBox *folder =
       addRuleGroup(rulePanel_, RenameRule::AppendFolderName, tr("Append folder name"),
@@ -791,6 +803,10 @@ void ConvertFormatOrRenameView::setupUIForUpdatedRenameSettingDictionary() {
       const QSignalBlocker block(dateShiftField_);
       dateShiftField_->setText(editor_.dateShiftText());
     }
+  }
+  if (writeDateShiftBox_) {
+    const QSignalBlocker block(writeDateShiftBox_);
+    writeDateShiftBox_->setChecked(editor_.writeDateShift());
   }
   for (auto it = optionLists_.cbegin(); it != optionLists_.cend(); ++it) {
     const QSignalBlocker block(it.value());

@@ -147,6 +147,7 @@ private:
   QLabel *destinationInfo_ = nullptr;
   QLineEdit *folderField_ = nullptr;
   QLineEdit *dateShiftField_ = nullptr;
+  QCheckBox *writeDateShiftBox_ = nullptr;
   QPushButton *chooseFolderButton_ = nullptr;
   QCheckBox *openFolderBox_ = nullptr;
   QCheckBox *overwriteBox_ = nullptr;

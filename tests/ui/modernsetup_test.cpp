@@ -151,4 +151,15 @@ TEST_F(ModernSetup, ShiftFieldMovesThePreviewAsItIsTyped) {
   settle();
   EXPECT_TRUE(newPath().contains("17-08-2006")) << qPrintable(newPath());
   EXPECT_FALSE(delegate.selectedRenameSettingObj->dictDateTimeStamp.contains(RuleKey::Shift));
+
+  // Writing the correction back is off until asked, and a click on its box is the whole ask.
+  auto *write = find<QCheckBox>("writeDateShiftBox");
+  EXPECT_EQ(write->accessibleName(), "Write corrected date into photos");
+  EXPECT_FALSE(write->isChecked());
+  QTest::mouseClick(write, Qt::LeftButton);
+  EXPECT_TRUE(write->isChecked());
+  EXPECT_TRUE(
+      delegate.selectedRenameSettingObj->dictDateTimeStamp.value(RuleKey::WriteShift).toBool());
+  QTest::mouseClick(write, Qt::LeftButton);
+  EXPECT_FALSE(delegate.selectedRenameSettingObj->dictDateTimeStamp.contains(RuleKey::WriteShift));
 }
