@@ -175,23 +175,36 @@ std::mutex &captureDateLock(const void *record) {
 
 } // namespace
 
-QDateTime PhotoFile::captureDateOfFile() const {
+QDateTime PhotoFile::captureDateOfFile(int *source, QString *zoneOffset) const {
   const platform::Files::Stamp stamp = platform::Files::stampOfFile(filePath);
   {
     const std::lock_guard<std::mutex> lock(captureDateLock(this));
     if (stamp.exists && captureDateSize_ == stamp.size &&
-        captureDateModifiedNs_ == stamp.modifiedNs)
+        captureDateModifiedNs_ == stamp.modifiedNs) {
+      if (source)
+        *source = captureDateSource_;
+      if (zoneOffset)
+        *zoneOffset = captureZoneOffset_;
       return captureDate_;
+    }
   }
   // Read outside the lock: reading takes long, and two readers of one record agree.
   const std::shared_ptr<ExifInfo> exif = ExifInfo::initWithFile(filePath);
   const QDateTime date = exif ? exif->captureDate : QDateTime();
+  const int dateSource = exif ? int(exif->captureDateSource) : int(ExifInfo::DateSource::None);
+  const QString offset = exif ? exif->captureZoneOffset : QString();
   if (stamp.exists) {
     const std::lock_guard<std::mutex> lock(captureDateLock(this));
     captureDateSize_ = stamp.size;
     captureDateModifiedNs_ = stamp.modifiedNs;
     captureDate_ = date;
+    captureDateSource_ = dateSource;
+    captureZoneOffset_ = offset;
   }
+  if (source)
+    *source = dateSource;
+  if (zoneOffset)
+    *zoneOffset = offset;
   return date;
 }
 

@@ -43,12 +43,17 @@ public:
   // stamp. Read once and kept with the file's size and modification time: a later call reads
   // the file again only when either has changed, so a preview pass does not open every photo
   // again. Safe to call from several threads.
-  QDateTime captureDateOfFile() const;
+  QDateTime captureDateOfFile() const { return captureDateOfFile(nullptr, nullptr); }
+  // The same, with which of the file's dates gave it (an ExifInfo::DateSource) and the zone
+  // offset the file gives with it; both are kept with the date.
+  QDateTime captureDateOfFile(int *source, QString *zoneOffset) const;
 
 private:
   mutable qint64 captureDateSize_ = -1; // -1: not read yet
   mutable qint64 captureDateModifiedNs_ = 0;
   mutable QDateTime captureDate_;
+  mutable int captureDateSource_ = 0;
+  mutable QString captureZoneOffset_;
 };
 
 namespace intake {

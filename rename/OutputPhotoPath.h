@@ -32,4 +32,8 @@ public:
   QString oldFilePath;
   QString fileExtension;
   QString fileName;
+  // Which of the photo's dates the taken-date stamp used (an ExifInfo::DateSource), and the
+  // zone offset the photo gives with it; -1 when the name did not read the taken date.
+  qint8 captureDateSource = -1;
+  QString captureZoneOffset;
 };

@@ -64,6 +64,7 @@ void computeSlice(const QList<std::shared_ptr<PhotoFile>> &batch, const RenameRu
   QHash<QString, FolderFacts> folders;
   QHash<QString, FolderFacts>::const_iterator known = folders.cend();
   QString lastFolder;
+  const bool takenDate = rules.needsTakenDate();
   for (qsizetype i = slice->begin; i < slice->end; ++i) {
     const PhotoFile &photo = *batch.at(i);
     const QString newName = engine.getUpdatedRenameStringForPhotoFile(photo, quint32(i));
@@ -88,6 +89,13 @@ void computeSlice(const QList<std::shared_ptr<PhotoFile>> &batch, const RenameRu
     } else {
       record =
           OutputPhotoPath::initWithFileUrl(folder + QLatin1Char('/') + newName, photo.filePath);
+    }
+    // The engine has just read the taken date, so this is the record kept with it: the
+    // preview shows where each date came from without opening the photo again.
+    if (takenDate) {
+      int source = 0;
+      photo.captureDateOfFile(&source, &record->captureZoneOffset);
+      record->captureDateSource = qint8(source);
     }
     (*paths)[size_t(i)] = std::move(record);
     if (photo.isIphotosNode)

@@ -584,6 +584,7 @@ QWidget *ConvertFormatOrRenameView::buildPreviewSide() {
     filterButtons_.append(button);
     top->addWidget(button);
   }
+  addNoCaptureDateFilter(top, filterGroup);
   filterButtons_.first()->setChecked(true);
   connect(filterGroup, &QButtonGroup::idClicked, this,
           &ConvertFormatOrRenameView::btnPreviewFilesModeTapped);
@@ -870,6 +871,38 @@ void ConvertFormatOrRenameView::updateFilterButtons() {
     filterButtons_.at(tag)->setToolTip(texts.at(tag).toolTip);
     filterButtons_.at(tag)->updateGeometry();
   }
+  updateDateFromParts();
+}
+
+void ConvertFormatOrRenameView::addNoCaptureDateFilter(QHBoxLayout *row, QButtonGroup *group) {
+  // Information, not a warning: the word keeps the text colour and the start gate ignores it.
+  noCaptureDateButton_ = new PreviewFilterButton;
+  noCaptureDateButton_->setObjectName(QStringLiteral("filterNoCaptureDateButton"));
+  noCaptureDateButton_->setToolTip(
+      tr("Lists the photos without a capture date: their names use the file's creation date"));
+  noCaptureDateButton_->setVisible(false);
+  group->addButton(noCaptureDateButton_, PreviewTableModel::NoCaptureDateFilter);
+  row->addWidget(noCaptureDateButton_);
+}
+
+void ConvertFormatOrRenameView::updateDateFromParts() {
+  const bool shown = model_->showsDateFrom();
+  noCaptureDateButton_->setText(
+      QStringLiteral("NO CAPTURE DATE: %1").arg(shown ? model_->noCaptureDateCount() : 0));
+  noCaptureDateButton_->updateGeometry();
+  noCaptureDateButton_->setVisible(shown);
+  if (!shown && proxy_->previewFilesMode() == PreviewTableModel::NoCaptureDateFilter) {
+    filterButtons_.first()->setChecked(true);
+    btnPreviewFilesModeTapped(PreviewAll);
+  }
+  if (shown) {
+    // A fixed width from the longest source text: measuring a million rows is not an option.
+    QHeaderView *header = table_->horizontalHeader();
+    header->setSectionResizeMode(PreviewTableModel::DateFromColumn, QHeaderView::Fixed);
+    const QString longest = QStringLiteral("XMP photoshop:DateCreated +00:00");
+    const int width = fontMetrics().horizontalAdvance(longest) + Theme::spacing * 3;
+    header->resizeSection(PreviewTableModel::DateFromColumn, width);
+  }
 }
 
 QString ConvertFormatOrRenameView::batchLineText() const {
@@ -879,7 +912,9 @@ QString ConvertFormatOrRenameView::batchLineText() const {
 // --- Actions ---
 
 void ConvertFormatOrRenameView::btnPreviewFilesModeTapped(int tag) {
-  controller_.btnPreviewFilesModeTapped(tag);
+  // The controller's lists know the checks' filters only; the capture-date one is the table's.
+  if (tag != PreviewTableModel::NoCaptureDateFilter)
+    controller_.btnPreviewFilesModeTapped(tag);
   proxy_->setPreviewFilesMode(tag);
 }
 

@@ -18,6 +18,7 @@ class QButtonGroup;
 class QCheckBox;
 class QComboBox;
 class QGroupBox;
+class QHBoxLayout;
 class QLabel;
 class QLineEdit;
 class QProgressBar;
@@ -105,6 +106,8 @@ private:
   void previewUpdated();
   void updateLoadingIndicator();
   void updateFilterButtons();
+  void addNoCaptureDateFilter(QHBoxLayout *row, QButtonGroup *group);
+  void updateDateFromParts();
   void btnPreviewFilesModeTapped(int tag);
   void btnStartTapped();
   void btnDestinationModeTapped(int tag);
@@ -156,6 +159,7 @@ private:
   // --- Preview ---
   QLabel *batchLine_ = nullptr;
   QList<PreviewFilterButton *> filterButtons_;
+  PreviewFilterButton *noCaptureDateButton_ = nullptr;
   QWidget *loading_ = nullptr;
   QTimer *loadingDelay_ = nullptr;
   // Announces a pass starting, or the last pending one ending, to whoever shows loading.

@@ -1,6 +1,7 @@
 #include "ui/PreviewTableModel.h"
 
 #include "intake/PhotoFile.h"
+#include "metadata/ExifInfo.h"
 #include "rename/OutputPhotoPath.h"
 
 #include <QSet>
@@ -76,6 +77,16 @@ void PreviewTableModel::setPreview(const QList<std::shared_ptr<OutputPhotoPath>>
                                                       : KindReady;
     }
   }
+  // A pass computes every record with the same rule: the first tells whether the taken date
+  // was read. Counting the fallbacks reads a byte per record, once per pass.
+  showsDateFrom_ =
+      !records_.isEmpty() && records_.first() && records_.first()->captureDateSource >= 0;
+  noCaptureDateCount_ = 0;
+  if (showsDateFrom_) {
+    for (const auto &record : records_)
+      if (record && record->captureDateSource == qint8(ExifInfo::DateSource::None))
+        ++noCaptureDateCount_;
+  }
   dirtyFirst_ = dirtyLast_ = -1;
   endResetModel();
 }
@@ -84,7 +95,7 @@ void PreviewTableModel::setRunBatch(const QList<std::shared_ptr<PhotoFile>> &bat
   batch_ = batch;
   progressed_ = 0;
   if (!records_.isEmpty())
-    Q_EMIT dataChanged(index(0, 0), index(int(records_.size()) - 1, ColumnCount - 1));
+    Q_EMIT dataChanged(index(0, 0), index(int(records_.size()) - 1, columnCount() - 1));
 }
 
 void PreviewTableModel::clearRunBatch() {
@@ -92,7 +103,7 @@ void PreviewTableModel::clearRunBatch() {
   batch_.clear();
   progressed_ = 0;
   if (!records_.isEmpty())
-    Q_EMIT dataChanged(index(0, 0), index(int(records_.size()) - 1, ColumnCount - 1));
+    Q_EMIT dataChanged(index(0, 0), index(int(records_.size()) - 1, columnCount() - 1));
 }
 
 void PreviewTableModel::photoUpdated(qint64 row) {
@@ -115,8 +126,25 @@ void PreviewTableModel::flushUpdates() {
   if (first > last)
     return;
   ++updateSignals_;
-  Q_EMIT dataChanged(index(first, 0), index(last, ColumnCount - 1),
+  Q_EMIT dataChanged(index(first, 0), index(last, columnCount() - 1),
                      {Qt::DecorationRole, Qt::ToolTipRole, StatusIconRole});
+}
+
+QVariant PreviewTableModel::dateFromData(const OutputPhotoPath &record, int role) const {
+  switch (role) {
+  case Qt::DisplayRole:
+  case Qt::ToolTipRole:
+  case Qt::AccessibleTextRole: {
+    // The same text as the information's "Date Source" row and the preview command's column.
+    const QString name = ExifInfo::dateSourceName(ExifInfo::DateSource(record.captureDateSource));
+    return record.captureZoneOffset.isEmpty() ? name
+                                              : name + QLatin1Char(' ') + record.captureZoneOffset;
+  }
+  case SourcePathRole:
+    return record.oldFilePath;
+  default:
+    return QVariant();
+  }
 }
 
 PreviewTableModel::RowKind PreviewTableModel::rowKind(int row) const {
@@ -130,16 +158,24 @@ int PreviewTableModel::rowCount(const QModelIndex &parent) const {
 }
 
 int PreviewTableModel::columnCount(const QModelIndex &parent) const {
-  return parent.isValid() ? 0 : ColumnCount;
+  return parent.isValid() ? 0 : showsDateFrom_ ? ColumnCount : DateFromColumn;
+}
+
+bool PreviewTableModel::hasNoCaptureDate(int row) const {
+  if (!showsDateFrom_ || row < 0 || row >= records_.size() || !records_.at(row))
+    return false;
+  return records_.at(row)->captureDateSource == qint8(ExifInfo::DateSource::None);
 }
 
 QVariant PreviewTableModel::data(const QModelIndex &index, int role) const {
-  if (!index.isValid() || index.row() >= records_.size() || index.column() >= ColumnCount)
+  if (!index.isValid() || index.row() >= records_.size() || index.column() >= columnCount())
     return QVariant();
   const int row = index.row();
   const OutputPhotoPath *record = records_.at(row).get();
   if (!record)
     return QVariant();
+  if (index.column() == DateFromColumn)
+    return dateFromData(*record, role);
   const bool newColumn = index.column() == NewPathColumn;
   const PhotoFile *photo = row < batch_.size() && batch_.at(row) ? batch_.at(row).get() : nullptr;
   const auto statusIcon = [&]() -> StatusIcon {
@@ -204,6 +240,8 @@ QVariant PreviewTableModel::headerData(int section, Qt::Orientation orientation,
     return tr("Current Photo Path");
   case NewPathColumn:
     return tr("New Photo Path");
+  case DateFromColumn:
+    return showsDateFrom_ ? tr("Date From") : QVariant();
   default:
     return QVariant();
   }
@@ -228,6 +266,8 @@ bool PreviewFilterProxy::filterAcceptsRow(int sourceRow, const QModelIndex &sour
   if (!model)
     return true;
   Q_UNUSED(sourceParent);
+  if (mode_ == PreviewTableModel::NoCaptureDateFilter)
+    return model->hasNoCaptureDate(sourceRow);
   const PreviewTableModel::RowKind kind = model->rowKind(sourceRow);
   return mode_ == PreviewErrors ? kind == PreviewTableModel::KindError
                                 : kind == PreviewTableModel::KindWarning;

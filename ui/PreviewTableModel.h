@@ -23,7 +23,10 @@ class PhotoFile;
 class PreviewTableModel : public QAbstractTableModel {
   Q_OBJECT
 public:
-  enum Column { OldPathColumn = 0, NewPathColumn = 1, ColumnCount = 2 };
+  // The "Date From" column is there only when the names use the taken date.
+  enum Column { OldPathColumn = 0, NewPathColumn = 1, DateFromColumn = 2, ColumnCount = 3 };
+  // The filter beside the preview's three: photos whose taken date fell back to the file's.
+  enum { NoCaptureDateFilter = 3 };
   // The kind of a row, as the filters and the status icon see it.
   enum RowKind : quint8 { KindReady = 0, KindError = 1, KindWarning = 2 };
   // What the status icon shows.
@@ -57,6 +60,11 @@ public:
   void flushUpdates();
 
   RowKind rowKind(int row) const;
+  // The records carry where their taken date came from (the names use it).
+  bool showsDateFrom() const { return showsDateFrom_; }
+  // Rows whose taken date is the file's creation date (0 without the column).
+  qsizetype noCaptureDateCount() const { return noCaptureDateCount_; }
+  bool hasNoCaptureDate(int row) const;
   std::shared_ptr<OutputPhotoPath> recordAt(int row) const { return records_.value(row); }
   const ErrorFiles &errors() const { return errors_; }
 
@@ -70,6 +78,8 @@ public:
                       int role = Qt::DisplayRole) const override;
 
 private:
+  QVariant dateFromData(const OutputPhotoPath &record, int role) const;
+
   QList<std::shared_ptr<OutputPhotoPath>> records_;
   QList<std::shared_ptr<PhotoFile>> batch_;
   ErrorFiles errors_;
@@ -79,9 +89,12 @@ private:
   qint64 dirtyFirst_ = -1;
   qint64 dirtyLast_ = -1;
   qint64 updateSignals_ = 0;
+  bool showsDateFrom_ = false;
+  qsizetype noCaptureDateCount_ = 0;
 };
 
-// The preview filters: all rows, rows with errors, rows with warnings (tags 0, 1, 2).
+// The preview filters: all rows, rows with errors, rows with warnings, rows without a capture
+// date (tags 0, 1, 2, 3).
 class PreviewFilterProxy : public QSortFilterProxyModel {
   Q_OBJECT
 public:

@@ -109,6 +109,20 @@ void setupScreenshotSteps(ScreenshotTour &tour) {
       },
       [&tour] { return previewSettled(setupScreen(tour)); });
 
+  // The names use the taken date: the preview shows where each photo's date came from, with
+  // the filter of the photos that fell back to their file's date.
+  tour.addStep(
+      QStringLiteral("setup-date-from") + suffix,
+      [&tour] {
+        if (auto *all = child<QPushButton>(setupScreen(tour), "filterAllButton"))
+          all->click();
+      },
+      [&tour] {
+        SetupVC *screen = setupScreen(tour);
+        auto *filter = screen ? child<QPushButton>(screen, "filterNoCaptureDateButton") : nullptr;
+        return previewSettled(screen) && filter && filter->isVisible();
+      });
+
   // The camera's clock corrected by a day in the date stamp's Shift field, then the newer
   // formats in the format list with HEIC chosen (its quality panel shown); both undone after.
   tour.addStep(
