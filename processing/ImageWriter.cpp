@@ -71,7 +71,7 @@ float ImageWriter::qualityFactor(const RunSettings &settings) {
 
 bool ImageWriter::usesQualityBranch(const RunSettings &settings) {
   const int f = settings.outputFormat;
-  return f == 4 || f == 5 || f == 7 || f == 0;
+  return f == 4 || f == 5 || f == 7 || f == 0 || (f >= 9 && f <= 12);
 }
 
 int ImageWriter::pdfPageQuality(const RunSettings &settings) {
@@ -84,6 +84,8 @@ int ImageWriter::repTypeForExtension(const QString &extension) {
   const QString e = extension.toLower();
   if (e == QLatin1String("tiff"))
     return 0;
+  if (e == QLatin1String("heif"))
+    return repTypeForExtension(QStringLiteral("heic"));
   const int position = stillExtensions().indexOf(e);
   return position >= 1 ? position - 1 : -1;
 }

@@ -85,7 +85,8 @@ public:
 
   // The encoder's quality factor for the settings (the quality branch, else 0.98).
   static float qualityFactor(const RunSettings &settings);
-  // Whether the settings take the quality branch (keep original, jpg, jpeg, jp2).
+  // Whether the settings take the quality branch (keep original, jpg, jpeg, jp2, webp, avif,
+  // heic, jxl).
   static bool usesQualityBranch(const RunSettings &settings);
   // The JPEG quality of a PDF page: 82, or chosen by compressionRatio (0-9: 90 down to 27)
   // when the compression check box is on.
