@@ -4,6 +4,7 @@
 #include "app/AppDelegate.h"
 #include "intake/PhotoFile.h"
 #include "rename/OutputOptionSettings.h"
+#include "tests/support/SetupScreenFixture.h"
 #include "tests/support/TestEnv.h"
 #include "ui/ConvertFormatOrRenameView.h"
 #include "ui/PreviewTableModel.h"
@@ -22,55 +23,21 @@
 
 namespace {
 
-struct QuietFlow : ScreenFlowDelegate {
-  void btnNextFromAddPhotosVcTapped() override {}
-  void btnBackFromSetupVCTapped() override {}
-  void btnStartNewBatchFromSetupVCTapped() override {}
-  void btnProcessSkippedFromSetupVCTapped(const QList<std::shared_ptr<PhotoFile>> &) override {}
-  void checkForDeletedPhotosInSourceFolder(bool) override {}
-};
-
 // A batch of three: EXIF dates (Canon 40D), an XMP date only, and a PNG with no date at all.
-struct DateFrom : ::testing::Test {
-  QTemporaryDir dir;
-  AppDelegate delegate;
-  QuietFlow flow;
-  std::unique_ptr<SetupVC> screen;
+struct DateFrom : SetupScreenFixture {
   QString exifPhoto, xmpPhoto, undatedPhoto;
 
   void open() {
     const QString src = dir.filePath("Trip");
     QDir().mkpath(src);
-    QDir().mkpath(dir.filePath("Out"));
     exifPhoto = testenv::copyPhoto("jpg/Canon_40D.jpg", src, "a_exif.jpg");
     xmpPhoto = testenv::copyPhoto("jpg/xmp/no_exif.jpg", src, "b_xmp.jpg");
     undatedPhoto = src + "/c_undated.png";
     QImage image(40, 30, QImage::Format_RGB32);
     image.fill(Qt::darkCyan);
     ASSERT_TRUE(image.save(undatedPhoto));
-    delegate.loadSupportedImageFormats();
-    for (const QString &file : {exifPhoto, xmpPhoto, undatedPhoto})
-      delegate.arraySelectedImagesToProcess.append(PhotoFile::initWithFileUrl(file, false));
-    delegate.selectedOuputSettingObj = OutputOptionSettings::initWithDefaults();
-    delegate.selectedOuputSettingObj->outputFolderPath = dir.filePath("Out");
-    delegate.selectedOuputSettingObj->openOutputFolderAfterProcessing = false;
-    screen = std::make_unique<SetupVC>(&delegate, &flow);
-    screen->resize(1300, 820);
-    screen->show();
-    ASSERT_TRUE(QTest::qWaitForWindowExposed(screen.get()));
-    view()->setupViewNotification();
-    settle();
-  }
-  ConvertFormatOrRenameView *view() { return screen->settingsView(); }
-  template <class T> T *find(const char *name) {
-    T *widget = screen->findChild<T *>(QLatin1String(name));
-    EXPECT_NE(widget, nullptr) << name;
-    return widget;
-  }
-  void settle() {
-    QSignalSpy shown(view(), &ConvertFormatOrRenameView::previewShown);
-    while (view()->isPreviewBusy())
-      ASSERT_TRUE(shown.wait(10000));
+    useBatch({exifPhoto, xmpPhoto, undatedPhoto});
+    showScreen();
   }
   void toggleDateStamp() {
     auto *stamp = find<QGroupBox>("ruleDateTimeStamp");

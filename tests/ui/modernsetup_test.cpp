@@ -6,6 +6,7 @@
 #include "platform/EncoderSupport.h"
 #include "rename/BatchRenameSetting.h"
 #include "rename/OutputOptionSettings.h"
+#include "tests/support/SetupScreenFixture.h"
 #include "tests/support/TestEnv.h"
 #include "ui/ConvertFormatOrRenameView.h"
 #include "ui/PreviewTableModel.h"
@@ -25,60 +26,13 @@
 
 namespace {
 
-struct QuietFlow : ScreenFlowDelegate {
-  void btnNextFromAddPhotosVcTapped() override {}
-  void btnBackFromSetupVCTapped() override {}
-  void btnStartNewBatchFromSetupVCTapped() override {}
-  void btnProcessSkippedFromSetupVCTapped(const QList<std::shared_ptr<PhotoFile>> &) override {}
-  void checkForDeletedPhotosInSourceFolder(bool) override {}
-};
-
 // The setup screen over one sample photo (taken 17 August 2006, 09:24:48), shown offscreen.
-struct ModernSetup : ::testing::Test {
-  QTemporaryDir dir;
-  AppDelegate delegate;
-  QuietFlow flow;
-  QString out = dir.filePath("Out");
-  std::unique_ptr<SetupVC> screen;
-
+struct ModernSetup : SetupScreenFixture {
   void open() {
     const QString src = dir.filePath("Trip");
     QDir().mkpath(src);
-    QDir().mkpath(out);
-    delegate.loadSupportedImageFormats();
-    delegate.arraySelectedImagesToProcess.append(PhotoFile::initWithFileUrl(
-        testenv::copyPhoto("jpg/Fujifilm_FinePix_E500.jpg", src, "IMG_100.jpg"), false));
-    delegate.selectedOuputSettingObj = OutputOptionSettings::initWithDefaults();
-    delegate.selectedOuputSettingObj->outputFolderPath = out;
-    delegate.selectedOuputSettingObj->openOutputFolderAfterProcessing = false;
-    screen = std::make_unique<SetupVC>(&delegate, &flow);
-    screen->resize(1300, 820);
-    screen->show();
-    ASSERT_TRUE(QTest::qWaitForWindowExposed(screen.get()));
-    view()->setupViewNotification();
-    settle();
-  }
-  ConvertFormatOrRenameView *view() { return screen->settingsView(); }
-  template <class T> T *find(const char *name) {
-    T *widget = screen->findChild<T *>(QLatin1String(name));
-    EXPECT_NE(widget, nullptr) << name;
-    return widget;
-  }
-  void settle() {
-    QSignalSpy shown(view(), &ConvertFormatOrRenameView::previewShown);
-    while (view()->isPreviewBusy())
-      ASSERT_TRUE(shown.wait(10000));
-  }
-  QString newPath() {
-    return view()->previewModel()->index(0, PreviewTableModel::NewPathColumn).data().toString();
-  }
-  void chooseInList(const char *name, const QString &entry) {
-    auto *list = find<QComboBox>(name);
-    const int target = list->findText(entry);
-    ASSERT_GE(target, 0) << qPrintable(entry);
-    list->setFocus();
-    while (list->currentIndex() != target)
-      QTest::keyClick(list, list->currentIndex() < target ? Qt::Key_Down : Qt::Key_Up);
+    useBatch({testenv::copyPhoto("jpg/Fujifilm_FinePix_E500.jpg", src, "IMG_100.jpg")});
+    showScreen();
   }
 };
 

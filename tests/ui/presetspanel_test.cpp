@@ -5,6 +5,7 @@
 #include "rename/BatchRenameSetting.h"
 #include "rename/OutputOptionSettings.h"
 #include "rename/Presets.h"
+#include "tests/support/SetupScreenFixture.h"
 #include "tests/support/TestEnv.h"
 #include "ui/ConvertFormatOrRenameView.h"
 #include "ui/PresetsPanel.h"
@@ -24,49 +25,16 @@
 
 namespace {
 
-struct NoFlow : ScreenFlowDelegate {
-  void btnNextFromAddPhotosVcTapped() override {}
-  void btnBackFromSetupVCTapped() override {}
-  void btnStartNewBatchFromSetupVCTapped() override {}
-  void btnProcessSkippedFromSetupVCTapped(const QList<std::shared_ptr<PhotoFile>> &) override {}
-  void checkForDeletedPhotosInSourceFolder(bool) override {}
-};
-
-struct PresetsOnSetup : ::testing::Test {
-  QTemporaryDir dir;
-  AppDelegate delegate;
-  NoFlow flow;
-  std::unique_ptr<SetupVC> screen;
-  QString out = dir.filePath("out");
+struct PresetsOnSetup : SetupScreenFixture {
   QString other = dir.filePath("other");
 
   void SetUp() override {
     QDir(Presets::folder()).removeRecursively();
-    QDir().mkpath(out);
+    out = dir.filePath("out");
     QDir().mkpath(other);
-    delegate.loadSupportedImageFormats();
-    delegate.arraySelectedImagesToProcess.append(PhotoFile::initWithFileUrl(
-        testenv::copyPhoto("jpg/PaintTool_sample.jpg", dir.path(), "shot.jpg"), false));
-    delegate.selectedOuputSettingObj = OutputOptionSettings::initWithDefaults();
-    delegate.selectedOuputSettingObj->outputFolderPath = out;
+    useBatch({testenv::copyPhoto("jpg/PaintTool_sample.jpg", dir.path(), "shot.jpg")});
   }
-  void open() {
-    screen = std::make_unique<SetupVC>(&delegate, &flow);
-    screen->resize(1300, 820);
-    screen->show();
-    ASSERT_TRUE(QTest::qWaitForWindowExposed(screen.get()));
-    view()->setupViewNotification();
-    settle();
-  }
-  ConvertFormatOrRenameView *view() { return screen->settingsView(); }
-  void settle() {
-    QSignalSpy shown(view(), &ConvertFormatOrRenameView::previewShown);
-    while (view()->isPreviewBusy())
-      ASSERT_TRUE(shown.wait(10000));
-  }
-  QString newPath() {
-    return view()->previewModel()->index(0, PreviewTableModel::NewPathColumn).data().toString();
-  }
+  void open() { showScreen(); }
   PresetsPanel *panel() { return screen->findChild<PresetsPanel *>(); }
   QPushButton *button(const char *name) {
     return screen->findChild<QPushButton *>(QLatin1String(name));
