@@ -4,6 +4,7 @@
 #include "intake/PhotoFile.h"
 #include "rename/BatchRenameSetting.h"
 #include "rename/OutputOptionSettings.h"
+#include "tests/support/SetupScreenFixture.h"
 #include "tests/support/TestEnv.h"
 #include "ui/AddPhotosVC.h"
 #include "ui/BatchTableModel.h"
@@ -24,14 +25,6 @@
 
 namespace {
 
-struct NoFlow : ScreenFlowDelegate {
-  void btnNextFromAddPhotosVcTapped() override {}
-  void btnBackFromSetupVCTapped() override {}
-  void btnStartNewBatchFromSetupVCTapped() override {}
-  void btnProcessSkippedFromSetupVCTapped(const QList<std::shared_ptr<PhotoFile>> &) override {}
-  void checkForDeletedPhotosInSourceFolder(bool) override {}
-};
-
 QStringList namesOf(const QList<std::shared_ptr<PhotoFile>> &batch) {
   QStringList names;
   for (const auto &photo : batch)
@@ -44,7 +37,7 @@ TEST(BatchSortHeaders, AClickOnSizeReordersTheBatchAndThePreviewNumbers) {
   ASSERT_TRUE(dir.isValid());
   AppDelegate delegate;
   delegate.loadSupportedImageFormats();
-  NoFlow flow;
+  QuietFlow flow;
   // Added as a, b, c; by size c, a, b.
   const std::pair<const char *, const char *> samples[] = {
       {"jpg/Nikon_D70.jpg", "a.jpg"},

@@ -4,6 +4,7 @@
 #include "intake/PhotoFile.h"
 #include "processing/RunJournal.h"
 #include "rename/OutputOptionSettings.h"
+#include "tests/support/SetupScreenFixture.h"
 #include "tests/support/TestEnv.h"
 #include "ui/ConvertFormatOrRenameView.h"
 #include "ui/ScreenFlowDelegate.h"
@@ -18,14 +19,6 @@
 #include <gtest/gtest.h>
 
 namespace {
-
-struct NoFlow : ScreenFlowDelegate {
-  void btnNextFromAddPhotosVcTapped() override {}
-  void btnBackFromSetupVCTapped() override {}
-  void btnStartNewBatchFromSetupVCTapped() override {}
-  void btnProcessSkippedFromSetupVCTapped(const QList<std::shared_ptr<PhotoFile>> &) override {}
-  void checkForDeletedPhotosInSourceFolder(bool) override {}
-};
 
 TEST(UndoFromSummary, UndoThisBatchPutsTheFoldersBackAndTheListShowsItUndone) {
   QTemporaryDir dir;
@@ -44,7 +37,7 @@ TEST(UndoFromSummary, UndoThisBatchPutsTheFoldersBackAndTheListShowsItUndone) {
   delegate.selectedOuputSettingObj = OutputOptionSettings::initWithDefaults();
   delegate.selectedOuputSettingObj->outputFolderPath = out;
   delegate.selectedOuputSettingObj->openOutputFolderAfterProcessing = false;
-  NoFlow flow;
+  QuietFlow flow;
   SetupVC screen(&delegate, &flow);
   screen.batchRun().openPath = [](const QString &) {};
   screen.resize(1300, 820);
