@@ -36,6 +36,8 @@ struct SetupScreenFixture : ::testing::Test {
   QString out = dir.filePath("Out");
   std::unique_ptr<SetupVC> screen;
 
+  // The flow the screen reports to; a test that records it gives its own.
+  virtual ScreenFlowDelegate *screenFlow() { return &flow; }
   // The files become the batch; outputs go to `out`, and no folder is opened after a run.
   void useBatch(const QStringList &files) {
     QDir().mkpath(out);
@@ -48,7 +50,7 @@ struct SetupScreenFixture : ::testing::Test {
   }
   // Shows the screen and waits for its first preview.
   void showScreen() {
-    screen = std::make_unique<SetupVC>(&delegate, &flow);
+    screen = std::make_unique<SetupVC>(&delegate, screenFlow());
     screen->resize(1300, 820);
     screen->show();
     ASSERT_TRUE(QTest::qWaitForWindowExposed(screen.get()));

@@ -6,6 +6,7 @@
 #include "rename/BatchRenameSetting.h"
 #include "rename/OutputOptionSettings.h"
 #include "rename/OutputPhotoPath.h"
+#include "tests/support/SetupScreenFixture.h"
 #include "tests/support/TestEnv.h"
 #include "ui/ConvertFormatOrRenameView.h"
 #include "ui/PreviewTableModel.h"
@@ -50,64 +51,31 @@ struct RecordingFlow : ScreenFlowDelegate {
 };
 
 // The setup screen on a real batch of sample photos, shown offscreen.
-struct SetupScreen : ::testing::Test {
-  QTemporaryDir dir;
-  AppDelegate delegate;
-  RecordingFlow flow;
+struct SetupScreen : SetupScreenFixture {
+  RecordingFlow flow; // answers in place of the fixture's quiet one
   QString src = dir.filePath("Trip");
-  QString out = dir.filePath("Out");
-  std::unique_ptr<SetupVC> screen;
   QStringList opened;
 
+  // The screen goes before the flow it reports to.
+  ~SetupScreen() override { screen.reset(); }
+  ScreenFlowDelegate *screenFlow() override { return &flow; }
   void addPhotos(int count) {
     QDir().mkpath(src);
-    QDir().mkpath(out);
-    delegate.loadSupportedImageFormats();
+    QStringList files;
     for (int i = 0; i < count; ++i)
-      delegate.arraySelectedImagesToProcess.append(PhotoFile::initWithFileUrl(
-          testenv::copyPhoto(kSmall, src, QStringLiteral("IMG_%1.jpg").arg(100 + i)), false));
-    delegate.selectedOuputSettingObj = OutputOptionSettings::initWithDefaults();
-    delegate.selectedOuputSettingObj->outputFolderPath = out;
-    delegate.selectedOuputSettingObj->openOutputFolderAfterProcessing = false;
+      files << testenv::copyPhoto(kSmall, src, QStringLiteral("IMG_%1.jpg").arg(100 + i));
+    useBatch(files);
   }
 
   void open(int count) {
     addPhotos(count);
-    screen = std::make_unique<SetupVC>(&delegate, &flow);
+    showScreen();
     screen->batchRun().openPath = [this](const QString &path) { opened.append(path); };
-    screen->resize(1300, 820);
-    screen->show();
-    ASSERT_TRUE(QTest::qWaitForWindowExposed(screen.get()));
-    view()->setupViewNotification();
-    settle();
   }
 
-  ConvertFormatOrRenameView *view() { return screen->settingsView(); }
-  template <class T> T *find(const char *name) {
-    T *widget = screen->findChild<T *>(QLatin1String(name));
-    EXPECT_NE(widget, nullptr) << name;
-    return widget;
-  }
-  // Waits until no preview pass runs or waits to run.
-  void settle() {
-    QSignalSpy shown(view(), &ConvertFormatOrRenameView::previewShown);
-    while (view()->isPreviewBusy())
-      ASSERT_TRUE(shown.wait(10000));
-  }
-  QString newPath(int row) {
-    return view()->previewModel()->index(row, PreviewTableModel::NewPathColumn).data().toString();
-  }
   void check(QWidget *box) {
     box->setFocus();
     QTest::keyClick(box, Qt::Key_Space);
-  }
-  void chooseInList(const char *name, const QString &entry) {
-    auto *list = find<QComboBox>(name);
-    const int target = list->findText(entry);
-    ASSERT_GE(target, 0) << qPrintable(entry);
-    list->setFocus();
-    while (list->currentIndex() != target)
-      QTest::keyClick(list, list->currentIndex() < target ? Qt::Key_Down : Qt::Key_Up);
   }
   void modifyNames() {
     QTest::mouseClick(find<QRadioButton>("modifyNamesRadio"), Qt::LeftButton);
