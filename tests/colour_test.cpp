@@ -115,18 +115,7 @@ const P3Source &p3Source() {
   return source;
 }
 
-class ColourTest : public ::testing::Test {
-protected:
-  void SetUp() override {
-    ASSERT_TRUE(dir.isValid());
-    in = dir.filePath("in");
-    out = dir.filePath("out");
-    QDir().mkpath(in);
-  }
-  QTemporaryDir dir;
-  QString in;
-  QString out;
-};
+class ColourTest : public testenv::InOutTest {};
 
 TEST_F(ColourTest, TheSampleIsDisplayP3AndFarFromSrgb) {
   const P3Source &source = p3Source();

@@ -59,18 +59,7 @@ void makeBigPhotos(const QString &folder, int count) {
     QFile::copy(first, QStringLiteral("%1/big_%2.jpg").arg(folder).arg(i, 2, 10, QChar('0')));
 }
 
-class RunCommandTest : public ::testing::Test {
-protected:
-  void SetUp() override {
-    ASSERT_TRUE(dir.isValid());
-    in = dir.filePath("in");
-    out = dir.filePath("out");
-    QDir().mkpath(in);
-  }
-  QTemporaryDir dir;
-  QString in;
-  QString out;
-};
+class RunCommandTest : public testenv::InOutTest {};
 
 TEST_F(RunCommandTest, FinishedRunPrintsTheSummaryAndTheLog) {
   testenv::copyPhoto("jpg/Canon_40D.jpg", in);

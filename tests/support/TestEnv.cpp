@@ -151,4 +151,11 @@ ProcessResult runQuillmere(const QStringList &args, const QString &workingDir) {
   return result;
 }
 
+void InOutTest::SetUp() {
+  ASSERT_TRUE(dir.isValid());
+  in = dir.filePath(QStringLiteral("in"));
+  out = dir.filePath(QStringLiteral("out"));
+  QDir().mkpath(in);
+}
+
 } // namespace testenv

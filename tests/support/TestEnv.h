@@ -2,6 +2,7 @@
 
 #include <QString>
 #include <QTemporaryDir>
+#include <gtest/gtest.h>
 
 #include <string>
 
@@ -53,5 +54,14 @@ struct ProcessResult {
 
 // Runs the quillmere binary with args in the test's environment and waits for it.
 ProcessResult runQuillmere(const QStringList &args, const QString &workingDir = {});
+
+// A test with a temporary folder holding "in" (made) and "out" (left for the run to make).
+class InOutTest : public ::testing::Test {
+protected:
+  void SetUp() override;
+  QTemporaryDir dir;
+  QString in;
+  QString out;
+};
 
 } // namespace testenv
