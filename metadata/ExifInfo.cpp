@@ -247,6 +247,10 @@ QString ExifInfo::dateSourceName(DateSource source) {
     return QStringLiteral("XMP photoshop:DateCreated");
   case DateSource::XmpCreateDate:
     return QStringLiteral("XMP xmp:CreateDate");
+  case DateSource::HeifCreationDate:
+    return QStringLiteral("HEIF creation date");
+  case DateSource::QuickTimeCreationDate:
+    return QStringLiteral("QuickTime creation date");
   case DateSource::None:
     break;
   }
@@ -291,6 +295,17 @@ void ExifInfo::readCaptureDate(const QVariantMap &d) {
       captureZoneOffset = offset;
       return;
     }
+  }
+  const QVariantMap container = d.value(QStringLiteral("{Container}")).toMap();
+  const QDateTime date =
+      CommonFunc::getDateFromString(container.value(QStringLiteral("CreationDate")).toString());
+  if (date.isValid()) {
+    captureDate = date;
+    captureDateSource =
+        container.value(QStringLiteral("Source")).toString() == QLatin1String("QuickTime")
+            ? DateSource::QuickTimeCreationDate
+            : DateSource::HeifCreationDate;
+    captureZoneOffset = container.value(QStringLiteral("OffsetTime")).toString();
   }
 }
 

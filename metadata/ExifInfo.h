@@ -35,14 +35,17 @@ public:
   QString imageSizeToDisplay;
   QDateTime captureDate;
   // Which of the photo's dates gave captureDate, first found first: EXIF DateTimeOriginal,
-  // EXIF CreateDate, XMP photoshop:DateCreated, XMP xmp:CreateDate. None when the photo has
-  // no capture date (the date stamp then takes the file's creation date).
+  // EXIF CreateDate, XMP photoshop:DateCreated, XMP xmp:CreateDate, the HEIF container's or
+  // QuickTime metadata's creation date. None when the photo has no capture date (the date
+  // stamp then takes the file's creation date).
   enum class DateSource {
     None,
     ExifDateTimeOriginal,
     ExifCreateDate,
     XmpDateCreated,
-    XmpCreateDate
+    XmpCreateDate,
+    HeifCreationDate,
+    QuickTimeCreationDate
   };
   DateSource captureDateSource = DateSource::None;
   // The zone offset the photo gives with that date ("+02:00"), empty when it gives none.

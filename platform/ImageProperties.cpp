@@ -3,6 +3,7 @@
 // Exiv2 0.27 hands out std::auto_ptr everywhere.
 #pragma GCC diagnostic ignored "-Wdeprecated-declarations"
 
+#include "platform/ContainerDate.h"
 #include "platform/Exiv2Compat.h"
 #include "platform/Exiv2Setup.h"
 #include "platform/RawDecoder.h"
@@ -702,6 +703,24 @@ void readExifBlob(VipsImage *image, QVariantMap &dict) {
   }
 }
 
+// The date a HEIF file keeps in its own boxes, as the group "{Container}": "CreationDate"
+// (EXIF's form, local time), "OffsetTime" when the file gives a zone, "Source" ("QuickTime"
+// for QuickTime's metadata keys, "HEIF" for the movie header).
+void readContainerDate(const QString *path, const QByteArray *bytes, QVariantMap &dict) {
+  const std::optional<ContainerDate::Found> found =
+      path ? ContainerDate::readFile(*path) : ContainerDate::readBuffer(*bytes);
+  if (!found)
+    return;
+  QVariantMap group;
+  group.insert(QStringLiteral("CreationDate"),
+               found->wallClock.toString(QStringLiteral("yyyy:MM:dd HH:mm:ss")));
+  if (!found->zoneOffset.isEmpty())
+    group.insert(QStringLiteral("OffsetTime"), found->zoneOffset);
+  group.insert(QStringLiteral("Source"),
+               found->fromQuickTimeKeys ? QStringLiteral("QuickTime") : QStringLiteral("HEIF"));
+  dict.insert(QStringLiteral("{Container}"), group);
+}
+
 bool usableLoader(const char *loader) {
   // ImageMagick would decode whole camera files (and more) just to answer for a header.
   return loader && std::strncmp(loader, "VipsForeignLoadMagick", 21) != 0;
@@ -868,6 +887,8 @@ std::optional<QVariantMap> read(const QString *path, const QByteArray *bytes) {
       decodedTurned = std::strstr(loader, "Heif") != nullptr;
       if (decodedTurned && !exiv.hadExif)
         readExifBlob(image.get(), dict);
+      if (decodedTurned)
+        readContainerDate(path, bytes, dict);
     }
   }
   vips_error_clear();

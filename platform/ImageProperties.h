@@ -15,7 +15,8 @@
 // and longitude are unsigned degrees with their reference letters apart.
 //
 // HEIF files are decoded already turned by their own rotation, so they report the turned
-// size and Orientation 1.
+// size and Orientation 1. A HEIF file's own creation date, when its boxes keep one, is the
+// group "{Container}" ("CreationDate", "OffsetTime", "Source": "HEIF" or "QuickTime").
 //
 // Safe to call from several threads at once. Nothing throws; a file that cannot be read
 // as an image gives std::nullopt, damaged metadata gives what could be read.

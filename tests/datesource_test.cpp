@@ -1,6 +1,7 @@
 // Where a photo's capture date came from, on real photos covering each source: EXIF
 // DateTimeOriginal with and without its zone offset, EXIF CreateDate alone, XMP alone, an
-// iPhone HEIC, and no date at all; and how `quillmere info` and `quillmere preview` show it.
+// iPhone HEIC, a HEIF whose only date is its container's, and no date at all; and how `quillmere
+// info` and `quillmere preview` show it.
 #include "tests/support/TestEnv.h"
 
 #include "metadata/ExifInfo.h"
@@ -76,6 +77,30 @@ TEST_F(DateSource, EachSourceIsRecordedWithItsOffset) {
   EXPECT_EQ(heic->captureZoneOffset, "-05:00");
   EXPECT_EQ(heic->captureDate, QDateTime(QDate(2021, 4, 11), QTime(15, 47, 53)));
 
+  // HEIF files whose only date is in their boxes: the movie header (UTC, shown in local time,
+  // here UTC), and QuickTime's creation-date key with its zone, which comes first.
+  auto movie = infoOf(testenv::photo("heic/container-mvhd.heic"));
+  EXPECT_EQ(movie->captureDateSource, S::HeifCreationDate);
+  EXPECT_EQ(movie->captureDate, QDateTime(QDate(2023, 7, 1), QTime(8, 20, 30)));
+  EXPECT_EQ(movie->dateSourceText(), "HEIF creation date");
+  auto keys = infoOf(testenv::photo("heic/container-keys.heic"));
+  EXPECT_EQ(keys->captureDateSource, S::QuickTimeCreationDate);
+  EXPECT_EQ(keys->captureDate, QDateTime(QDate(2023, 7, 1), QTime(10, 20, 30)));
+  EXPECT_EQ(keys->dateSourceText(), "QuickTime creation date +02:00");
+
+  // A container cut short inside its movie box still reads as a photo, without that date.
+  QFile whole(testenv::photo("heic/container-keys.heic"));
+  ASSERT_TRUE(whole.open(QIODevice::ReadOnly));
+  const QByteArray bytes = whole.readAll();
+  const QString cut = dir.filePath("cut.heic");
+  QFile cutFile(cut);
+  ASSERT_TRUE(cutFile.open(QIODevice::WriteOnly));
+  cutFile.write(bytes.left(bytes.lastIndexOf("keys") + 6));
+  cutFile.close();
+  auto damaged = infoOf(cut);
+  EXPECT_EQ(damaged->captureDateSource, S::HeifCreationDate); // the header before the cut
+  EXPECT_EQ(damaged->captureDate, QDateTime(QDate(2020, 1, 1), QTime(0, 0)));
+
   // No date at all: the date stamp falls back to the file's creation date.
   const QString bare = dir.filePath("bare.png");
   vips::VImage::black(8, 8).pngsave(QFile::encodeName(bare).constData());
@@ -104,6 +129,7 @@ TEST_F(DateSource, PreviewAddsAFourthColumnOnlyWhenAsked) {
   QDir().mkpath(in);
   testenv::copyPhoto("jpg/xmp/no_exif.jpg", in);
   testenv::copyPhoto("jpg/Nikon_D70.jpg", in);
+  testenv::copyPhoto("heic/container-keys.heic", in);
   const QString out = dir.filePath("out");
   const testenv::ProcessResult plain = testenv::runQuillmere({"preview", "--copy", out, in});
   const testenv::ProcessResult asked =
@@ -112,10 +138,10 @@ TEST_F(DateSource, PreviewAddsAFourthColumnOnlyWhenAsked) {
   EXPECT_EQ(asked.exitCode, 0) << asked.err.toStdString();
   const QStringList plainRows = plain.out.split('\n', Qt::SkipEmptyParts);
   const QStringList askedRows = asked.out.split('\n', Qt::SkipEmptyParts);
-  ASSERT_EQ(plainRows.size(), 3);
-  ASSERT_EQ(askedRows.size(), 3);
+  ASSERT_EQ(plainRows.size(), 4);
+  ASSERT_EQ(askedRows.size(), 4);
   QStringList sources;
-  for (int row = 0; row < 2; ++row) {
+  for (int row = 0; row < 3; ++row) {
     EXPECT_EQ(plainRows[row].split('\t').size(), 3);
     const QStringList columns = askedRows[row].split('\t');
     ASSERT_EQ(columns.size(), 4);
@@ -123,7 +149,8 @@ TEST_F(DateSource, PreviewAddsAFourthColumnOnlyWhenAsked) {
     sources.append(columns[3]);
   }
   sources.sort();
-  EXPECT_EQ(sources, QStringList({"EXIF DateTimeOriginal", "XMP xmp:CreateDate +02:00"}));
+  EXPECT_EQ(sources, QStringList({"EXIF DateTimeOriginal", "QuickTime creation date +02:00",
+                                  "XMP xmp:CreateDate +02:00"}));
   EXPECT_EQ(askedRows.last(), plainRows.last());
 }
 
