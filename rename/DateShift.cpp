@@ -70,4 +70,21 @@ QString text(qint64 seconds) {
   return QStringLiteral("%1%2:%3").arg(sign).arg(hours).arg(two(minutes));
 }
 
+QString describe(qint64 seconds) {
+  if (seconds == 0)
+    return QStringLiteral("no change");
+  qint64 rest = std::llabs(seconds);
+  const qint64 parts[] = {rest / 86400, rest / 3600 % 24, rest / 60 % 60, rest % 60};
+  const char *units[] = {"day", "hour", "minute", "second"};
+  QStringList words;
+  for (int i = 0; i < 4; ++i)
+    if (parts[i] != 0)
+      words << QStringLiteral("%1 %2%3")
+                   .arg(parts[i])
+                   .arg(QLatin1String(units[i]))
+                   .arg(parts[i] == 1 ? QString() : QStringLiteral("s"));
+  words << (seconds > 0 ? QStringLiteral("later") : QStringLiteral("earlier"));
+  return words.join(QLatin1Char(' '));
+}
+
 } // namespace DateShift

@@ -14,4 +14,8 @@ bool parse(const QString &text, qint64 *seconds);
 // The shortest form of seconds that parse reads back ("+1:00", "-2:00:00", "+0:00:00:30").
 QString text(qint64 seconds);
 
+// The shift in words, so the reading of the fields cannot surprise: "1 day later",
+// "1 hour 30 minutes earlier", "no change".
+QString describe(qint64 seconds);
+
 } // namespace DateShift

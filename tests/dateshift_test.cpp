@@ -20,20 +20,23 @@ TEST(DateShift, TypedFormsAndTheirShortestText) {
     const char *typed;
     qint64 seconds;
     const char *text;
+    const char *words; // shown beside the window's field
   } rows[] = {
-      {"+1:00", 3600, "+1:00"},
-      {"1:00", 3600, "+1:00"},
-      {"-0:30", -1800, "-0:30"},
-      {"-2:00:00", -2 * 86400, "-2:00:00"},
-      {"+1:02:03", 86400 + 2 * 3600 + 3 * 60, "+1:02:03"},
-      {"0:01:30:15", 3600 + 30 * 60 + 15, "+0:01:30:15"},
-      {"+36:00", 36 * 3600, "+1:12:00"},
+      {"+1:00", 3600, "+1:00", "1 hour later"},
+      {"1:00", 3600, "+1:00", "1 hour later"},
+      {"-0:30", -1800, "-0:30", "30 minutes earlier"},
+      {"-2:00:00", -2 * 86400, "-2:00:00", "2 days earlier"},
+      {"+1:02:03", 86400 + 2 * 3600 + 3 * 60, "+1:02:03", "1 day 2 hours 3 minutes later"},
+      {"0:01:30:15", 3600 + 30 * 60 + 15, "+0:01:30:15", "1 hour 30 minutes 15 seconds later"},
+      {"+36:00", 36 * 3600, "+1:12:00", "1 day 12 hours later"},
+      {"-0:00", 0, "+0:00", "no change"},
   };
   for (const auto &row : rows) {
     qint64 seconds = 0;
     ASSERT_TRUE(DateShift::parse(row.typed, &seconds)) << row.typed;
     EXPECT_EQ(seconds, row.seconds) << row.typed;
     EXPECT_EQ(DateShift::text(seconds), row.text) << row.typed;
+    EXPECT_EQ(DateShift::describe(seconds), row.words) << row.typed;
     qint64 again = 0;
     ASSERT_TRUE(DateShift::parse(DateShift::text(seconds), &again));
     EXPECT_EQ(again, seconds) << row.typed;

@@ -334,9 +334,18 @@ void ConvertFormatOrRenameView::buildRenamePanel(QWidget *panel) {
   dateShiftField_->setToolTip(tr("Added to the taken date before naming: [+-][D:]HH:MM[:SS], "
                                  "e.g. +1:00 or -2:00:00"));
   dateShiftField_->setMaximumWidth(120);
-  static_cast<QFormLayout *>(date->layout())
-      ->addRow(tr("Shift") + QLatin1Char(':'), dateShiftField_);
+  // The shift in words beside it: "+1:00:00" is a day, "+1:00" an hour.
+  dateShiftMeaning_ = new QLabel;
+  dateShiftMeaning_->setObjectName(QStringLiteral("dateShiftMeaning"));
+  dateShiftMeaning_->setForegroundRole(QPalette::PlaceholderText);
+  auto *shiftRow = new QWidget;
+  auto *shiftLayout = new QHBoxLayout(shiftRow);
+  shiftLayout->setContentsMargins(0, 0, 0, 0);
+  shiftLayout->addWidget(dateShiftField_);
+  shiftLayout->addWidget(dateShiftMeaning_, 1);
+  static_cast<QFormLayout *>(date->layout())->addRow(tr("Shift") + QLatin1Char(':'), shiftRow);
   connect(dateShiftField_, &QLineEdit::textChanged, this, [this](const QString &text) {
+    showDateShiftMeaning();
     if (!bound_)
       return;
     const bool whole = editor_.dateShiftDidChange(text);
@@ -803,6 +812,7 @@ void ConvertFormatOrRenameView::setupUIForUpdatedRenameSettingDictionary() {
     if (!same && !dateShiftField_->property("invalid").toBool()) {
       const QSignalBlocker block(dateShiftField_);
       dateShiftField_->setText(editor_.dateShiftText());
+      showDateShiftMeaning();
     }
   }
   if (writeDateShiftBox_) {
@@ -1000,4 +1010,15 @@ void ConvertFormatOrRenameView::passStarting() {
 
 void ConvertFormatOrRenameView::passesEnded() {
   NotificationCenter::defaultCenter().post(Notifications::HideLoading);
+}
+
+void ConvertFormatOrRenameView::showDateShiftMeaning() {
+  const QString typed = dateShiftField_->text().trimmed();
+  qint64 seconds = 0;
+  if (typed.isEmpty())
+    dateShiftMeaning_->clear();
+  else if (DateShift::parse(typed, &seconds))
+    dateShiftMeaning_->setText(DateShift::describe(seconds));
+  else
+    dateShiftMeaning_->setText(tr("HH:MM, D:HH:MM or D:HH:MM:SS"));
 }

@@ -101,6 +101,8 @@ private:
   QGroupBox *addRuleGroup(QWidget *panel, RenameRule rule, const QString &title,
                           const QString &objectName);
 
+  // The typed shift in words beside its field.
+  void showDateShiftMeaning();
   // Every edit comes here: a pass now, or one after the running pass.
   void requestPreview();
   void previewUpdated();
@@ -150,6 +152,7 @@ private:
   QLabel *destinationInfo_ = nullptr;
   QLineEdit *folderField_ = nullptr;
   QLineEdit *dateShiftField_ = nullptr;
+  QLabel *dateShiftMeaning_ = nullptr;
   QCheckBox *writeDateShiftBox_ = nullptr;
   QPushButton *chooseFolderButton_ = nullptr;
   QCheckBox *openFolderBox_ = nullptr;

@@ -17,6 +17,7 @@
 #include <QComboBox>
 #include <QDir>
 #include <QGroupBox>
+#include <QLabel>
 #include <QLineEdit>
 #include <QRadioButton>
 #include <QSignalSpy>
@@ -87,16 +88,20 @@ TEST_F(ModernSetup, ShiftFieldMovesThePreviewAsItIsTyped) {
   shift->setFocus();
   QTest::keyClicks(shift, "-1:00");
   settle();
-  // "-1:00" is a whole shift (one hour back): the same day still.
+  // "-1:00" is a whole shift (one hour back): the same day still, and said in words.
+  auto *meaning = find<QLabel>("dateShiftMeaning");
   EXPECT_TRUE(newPath().contains("17-08-2006")) << qPrintable(newPath());
+  EXPECT_EQ(meaning->text(), "1 hour earlier");
   QTest::keyClicks(shift, ":");
   settle();
   // "-1:00:" is being typed: the last whole shift stays.
   EXPECT_TRUE(newPath().contains("17-08-2006")) << qPrintable(newPath());
+  EXPECT_EQ(meaning->text(), "HH:MM, D:HH:MM or D:HH:MM:SS");
   QTest::keyClicks(shift, "00");
   settle();
   // "-1:00:00": one day back.
   EXPECT_TRUE(newPath().contains("16-08-2006")) << qPrintable(newPath());
+  EXPECT_EQ(meaning->text(), "1 day earlier");
   EXPECT_EQ(delegate.selectedRenameSettingObj->dictDateTimeStamp.value(RuleKey::Shift).toLongLong(),
             -86400);
 
@@ -105,6 +110,7 @@ TEST_F(ModernSetup, ShiftFieldMovesThePreviewAsItIsTyped) {
   settle();
   EXPECT_TRUE(newPath().contains("17-08-2006")) << qPrintable(newPath());
   EXPECT_FALSE(delegate.selectedRenameSettingObj->dictDateTimeStamp.contains(RuleKey::Shift));
+  EXPECT_TRUE(meaning->text().isEmpty());
 
   // Writing the correction back is off until asked, and a click on its box is the whole ask.
   auto *write = find<QCheckBox>("writeDateShiftBox");
