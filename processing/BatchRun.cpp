@@ -123,7 +123,6 @@ BatchRun::BatchRun(AppDelegate *delegate, QObject *parent)
       isStopRequestWhileCompression(shared_->stopRequestWhileCompression), delegate_(delegate) {
   shared_->owner = this;
   shared_->ownerThread = thread();
-  platform::MemoryTuning::reuseLargeBuffers();
   // A damaged photo makes libvips warn once per strip: the photo's message says what went
   // wrong, the warnings go to the debug log.
   platform::LibraryLog::routeLibraryWarnings();
@@ -269,6 +268,9 @@ void BatchRun::btnProcessTapped() {
 void BatchRun::startProcessingOfPhotos() {
   if (batch_.isEmpty())
     return;
+  // Only once a run starts: before that, the threads of the window (preview passes, the
+  // thumbnails) keep heaps of their own and never queue behind the window's thread for one.
+  platform::MemoryTuning::reuseLargeBuffers();
   delegate_->isPHOTOS_PROCESSING_IN_PROGERESS = true;
   QString journalError;
   journal = RunJournal::begin(settings, &journalError);

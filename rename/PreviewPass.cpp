@@ -2,6 +2,7 @@
 
 #include "app/AppDelegate.h"
 #include "intake/PhotoFile.h"
+#include "platform/BackgroundRelease.h"
 #include "platform/Files.h"
 #include "platform/FolderListing.h"
 #include "platform/PathText.h"
@@ -21,6 +22,7 @@
 #include <deque>
 #include <mutex>
 #include <optional>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -315,7 +317,8 @@ void RenamePreviewController::takeFinishedPass() {
 
 void RenamePreviewController::finishPass(const PreparedBatch &prepared) {
   --pendingPasses_;
-  prepared_ = prepared;
+  // The superseded pass holds its own copy of the batch's list: freed off this thread.
+  platform::BackgroundRelease::release(std::exchange(prepared_, prepared));
   arrayOutputFilePaths = prepared.destinations;
   isIphotoExist = prepared.isIphotoExist;
   isRawFormatExist = prepared.isRawFormatExist;

@@ -2,11 +2,13 @@
 
 #include "intake/PhotoFile.h"
 #include "metadata/ExifInfo.h"
+#include "platform/BackgroundRelease.h"
 #include "rename/OutputPhotoPath.h"
 
 #include <QSet>
 
 #include <algorithm>
+#include <utility>
 
 namespace {
 
@@ -58,8 +60,8 @@ PreviewTableModel::PreviewTableModel(QObject *parent) : QAbstractTableModel(pare
 void PreviewTableModel::setPreview(const QList<std::shared_ptr<OutputPhotoPath>> &records,
                                    const ErrorFiles &errors) {
   beginResetModel();
-  records_ = records;
-  errors_ = errors;
+  QList<std::shared_ptr<OutputPhotoPath>> previous = std::exchange(records_, records);
+  ErrorFiles previousErrors = std::exchange(errors_, errors);
   kinds_.clear();
   // The filters show the records the checks sorted into errors and warnings; most batches
   // have none, and then no row needs a look.
@@ -79,16 +81,22 @@ void PreviewTableModel::setPreview(const QList<std::shared_ptr<OutputPhotoPath>>
   }
   // A pass computes every record with the same rule: the first tells whether the taken date
   // was read. Counting the fallbacks reads a byte per record, once per pass.
+  // (Read through const access only: the list is shared with the pass's result, and a
+  // detached copy of a hundred thousand records would cost the window's thread dearly.)
   showsDateFrom_ =
-      !records_.isEmpty() && records_.first() && records_.first()->captureDateSource >= 0;
+      !records_.isEmpty() && records_.constFirst() && records_.constFirst()->captureDateSource >= 0;
   noCaptureDateCount_ = 0;
   if (showsDateFrom_) {
-    for (const auto &record : records_)
+    for (const auto &record : std::as_const(records_))
       if (record && record->captureDateSource == qint8(ExifInfo::DateSource::None))
         ++noCaptureDateCount_;
   }
   dirtyFirst_ = dirtyLast_ = -1;
   endResetModel();
+  // The superseded pass is freed elsewhere: a hundred thousand records take tens of
+  // milliseconds, which the window's thread must not spend between two frames.
+  platform::BackgroundRelease::release(std::move(previousErrors));
+  platform::BackgroundRelease::release(std::move(previous));
 }
 
 void PreviewTableModel::setRunBatch(const QList<std::shared_ptr<PhotoFile>> &batch) {
