@@ -284,11 +284,16 @@ int main(int argc, char **argv) {
         // capture date; later passes keep them.
         QElapsedTimer first;
         first.start();
+        watchdog.takeLongestMs();
+        watchdog.arm();
         switchOn(date);
         settle(view);
+        watchdog.disarm();
+        const double firstStall = watchdog.takeLongestMs();
         if (taken)
-          std::printf("  %7d photos, taken-date stamp: first pass (reads every photo): %lld ms\n",
-                      size, static_cast<long long>(first.elapsed()));
+          std::printf("  %7d photos, taken-date stamp: first pass (reads every photo): %lld ms; "
+                      "longest stall %.0f ms\n",
+                      size, static_cast<long long>(first.elapsed()), firstStall);
       }
       newName->setFocus();
       newName->selectAll();
