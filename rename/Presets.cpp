@@ -225,18 +225,28 @@ QList<Preset> list(QStringList *problems) {
   return presets;
 }
 
-bool find(const QString &name, Preset *out, QString *error) {
+namespace {
+
+// The file of the preset called name; empty, with error set, when there is none.
+QString existingFile(const QString &name, QString *error) {
   const QString problem = nameProblem(name);
   if (!problem.isEmpty()) {
     *error = problem;
-    return false;
+    return {};
   }
   const QString file = fileForName(name);
   if (!QFileInfo::exists(file)) {
     *error = QStringLiteral("no preset named \"%1\" (in %2)").arg(name, folder());
-    return false;
+    return {};
   }
-  if (!readFile(file, out, error))
+  return file;
+}
+
+} // namespace
+
+bool find(const QString &name, Preset *out, QString *error) {
+  const QString file = existingFile(name, error);
+  if (file.isEmpty() || !readFile(file, out, error))
     return false;
   out->name = name;
   return true;
@@ -281,17 +291,9 @@ bool rename(const QString &name, const QString &newName, QString *error) {
 }
 
 bool remove(const QString &name, QString *error) {
-  Preset preset;
-  const QString problem = nameProblem(name);
-  if (!problem.isEmpty()) {
-    *error = problem;
+  const QString file = existingFile(name, error);
+  if (file.isEmpty())
     return false;
-  }
-  const QString file = fileForName(name);
-  if (!QFileInfo::exists(file)) {
-    *error = QStringLiteral("no preset named \"%1\" (in %2)").arg(name, folder());
-    return false;
-  }
   const platform::Files::Result moved = platform::Files::moveToTrash(file);
   if (!moved.ok) {
     *error = QStringLiteral("%1: %2").arg(file, moved.message);
