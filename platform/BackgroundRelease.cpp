@@ -1,8 +1,8 @@
 #include "platform/BackgroundRelease.h"
 
+#include "platform/SerialQueue.h"
 #include "platform/ThreadHandOff.h"
 
-#include <QCoreApplication>
 #include <QThreadPool>
 
 namespace platform::BackgroundRelease {
@@ -11,13 +11,7 @@ namespace {
 const char kReleaseHandOff = 0;
 
 QThreadPool *releaseQueue() {
-  static QThreadPool *const queue = [] {
-    auto *pool = new QThreadPool;
-    pool->setMaxThreadCount(1);
-    // Whatever is still queued at quit is freed before the libraries shut down.
-    qAddPostRoutine([] { releaseQueue()->waitForDone(); });
-    return pool;
-  }();
+  static QThreadPool *const queue = newSerialQueue();
   return queue;
 }
 

@@ -6,6 +6,7 @@
 #include "platform/Files.h"
 #include "platform/FolderListing.h"
 #include "platform/PathText.h"
+#include "platform/SerialQueue.h"
 #include "platform/ThreadHandOff.h"
 #include "rename/BatchRenameSetting.h"
 #include "rename/BatchSlices.h"
@@ -13,7 +14,6 @@
 #include "rename/OutputOptionSettings.h"
 #include "rename/OutputPhotoPath.h"
 
-#include <QCoreApplication>
 #include <QEventLoop>
 #include <QHash>
 #include <QSet>
@@ -225,16 +225,9 @@ namespace {
 const char kPassHandOff = 0;
 
 // The serial background queue of every preview pass: passes run one after another in the
-// order they were started. It lives as long as the process, so no screen that goes away
-// waits for a pass.
+// order they were started.
 QThreadPool *previewQueue() {
-  static QThreadPool *const queue = [] {
-    auto *pool = new QThreadPool;
-    pool->setMaxThreadCount(1);
-    // A pass still running when the application quits ends before the libraries shut down.
-    qAddPostRoutine([] { previewQueue()->waitForDone(); });
-    return pool;
-  }();
+  static QThreadPool *const queue = platform::newSerialQueue();
   return queue;
 }
 
