@@ -23,77 +23,48 @@ protected:
 
 // ---- Size texts ----
 
-struct SizeRow {
-  double bytes;
-  const char *text;
-};
-
-void PrintTo(const SizeRow &row, std::ostream *out) {
-  *out << QString::number(row.bytes, 'f', 1).toStdString() << " bytes -> " << row.text;
-}
-
-class SizeText : public ::testing::TestWithParam<SizeRow> {};
-
-TEST_P(SizeText, UnitAndTwoDecimals) {
-  const SizeRow row = GetParam();
-  // The flags argument is ignored.
-  EXPECT_EQ(Utils::sharedUtils().unitStringFromBytes(row.bytes, 7), QString::fromUtf8(row.text))
-      << "bytes=" << row.bytes;
-}
-
 // Just under a unit (above 993 of the smaller one) the text is 0.97 of the larger one, so
 // 994 and 999 bytes both read "0.97 KB". 1,150,000 and 4,100,000 catch a truncation done
-// in binary fractions (1.149999... MB would show "1.14 MB").
-INSTANTIATE_TEST_SUITE_P(
-    UnitBorders, SizeText,
-    ::testing::Values(
-        SizeRow{0, "0 bytes"}, SizeRow{1, "1 bytes"}, SizeRow{512, "512 bytes"},
-        SizeRow{993, "993 bytes"}, SizeRow{993.5, "0.97 KB"}, SizeRow{994, "0.97 KB"},
-        SizeRow{999, "0.97 KB"}, SizeRow{1000, "1.00 KB"}, SizeRow{1999, "1.99 KB"},
-        SizeRow{999000, "0.97 MB"}, SizeRow{993000, "993.00 KB"}, SizeRow{993500, "0.97 MB"},
-        SizeRow{999500, "0.97 MB"}, SizeRow{1000000, "1.00 MB"}, SizeRow{1150000, "1.15 MB"},
-        SizeRow{4100000, "4.10 MB"}, SizeRow{4109999, "4.10 MB"}, SizeRow{1234567, "1.23 MB"},
-        SizeRow{5e9, "5.00 GB"}, SizeRow{999.5e9, "0.97 TB"}, SizeRow{1e12, "1.00 TB"},
-        SizeRow{2.5e12, "2.50 TB"},
-        // Past TB the number grows: no invented unit.
-        SizeRow{995e12, "995.00 TB"}, SizeRow{1e15, "1000.00 TB"}, SizeRow{1.5e15, "1500.00 TB"}),
-    [](const auto &info) { return testenv::testName(QString::number(info.param.bytes, 'f', 1)); });
+// in binary fractions (1.149999... MB would show "1.14 MB"). Past TB the number grows: no
+// invented unit.
+TEST(SizeText, UnitAndTwoDecimalsAcrossTheUnitBorders) {
+  const struct {
+    double bytes;
+    const char *text;
+  } rows[] = {
+      {0, "0 bytes"},        {1, "1 bytes"},       {512, "512 bytes"},    {993, "993 bytes"},
+      {993.5, "0.97 KB"},    {994, "0.97 KB"},     {999, "0.97 KB"},      {1000, "1.00 KB"},
+      {1999, "1.99 KB"},     {999000, "0.97 MB"},  {993000, "993.00 KB"}, {993500, "0.97 MB"},
+      {999500, "0.97 MB"},   {1000000, "1.00 MB"}, {1150000, "1.15 MB"},  {4100000, "4.10 MB"},
+      {4109999, "4.10 MB"},  {1234567, "1.23 MB"}, {5e9, "5.00 GB"},      {999.5e9, "0.97 TB"},
+      {1e12, "1.00 TB"},     {2.5e12, "2.50 TB"},  {995e12, "995.00 TB"}, {1e15, "1000.00 TB"},
+      {1.5e15, "1500.00 TB"}};
+  for (const auto &row : rows) // the flags argument is ignored
+    EXPECT_EQ(Utils::sharedUtils().unitStringFromBytes(row.bytes, 7), QString::fromUtf8(row.text))
+        << "bytes=" << row.bytes;
+}
 
 // ---- Duration texts ----
 
-struct DurationRow {
-  qint64 seconds;
-  const char *text;
-};
-
-void PrintTo(const DurationRow &row, std::ostream *out) {
-  *out << row.seconds << " s -> \"" << row.text << '"';
-}
-
-class DurationText : public ::testing::TestWithParam<DurationRow> {};
-
-TEST_P(DurationText, HoursMinutesSeconds) {
-  const DurationRow row = GetParam();
-  EXPECT_EQ(Utils::sharedUtils().timeFormattedString(row.seconds), QString::fromUtf8(row.text))
-      << "seconds=" << row.seconds;
-}
-
 // Under an hour the text begins with a blank: the screens and the log rely on it.
-INSTANTIATE_TEST_SUITE_P(
-    Bands, DurationText,
-    ::testing::Values(DurationRow{0, ""}, DurationRow{1, " 1 second"},
-                      DurationRow{45, " 45 seconds"}, DurationRow{59, " 59 seconds"},
-                      DurationRow{60, " 1 minute 0 seconds"}, DurationRow{61, " 1 minute 1 second"},
-                      DurationRow{120, " 2 minutes 0 seconds"},
-                      DurationRow{3599, " 59 minutes 59 seconds"},
-                      DurationRow{3600, "1 hour 0 minutes 0 seconds"},
-                      DurationRow{3661, "1 hour 1 minute 1 second"},
-                      DurationRow{7322, "2 hours 2 minutes 2 seconds"},
-                      DurationRow{90061, "25 hours 1 minute 1 second"}, DurationRow{-5, ""}),
-    [](const auto &info) {
-      const qint64 s = info.param.seconds;
-      return (s < 0 ? "minus" : "") + std::to_string(std::abs(s)) + "s";
-    });
+TEST(DurationText, HoursMinutesSeconds) {
+  const std::pair<qint64, const char *> rows[] = {{0, ""},
+                                                  {1, " 1 second"},
+                                                  {45, " 45 seconds"},
+                                                  {59, " 59 seconds"},
+                                                  {60, " 1 minute 0 seconds"},
+                                                  {61, " 1 minute 1 second"},
+                                                  {120, " 2 minutes 0 seconds"},
+                                                  {3599, " 59 minutes 59 seconds"},
+                                                  {3600, "1 hour 0 minutes 0 seconds"},
+                                                  {3661, "1 hour 1 minute 1 second"},
+                                                  {7322, "2 hours 2 minutes 2 seconds"},
+                                                  {90061, "25 hours 1 minute 1 second"},
+                                                  {-5, ""}};
+  for (const auto &[seconds, text] : rows)
+    EXPECT_EQ(Utils::sharedUtils().timeFormattedString(seconds), QString::fromUtf8(text))
+        << "seconds=" << seconds;
+}
 
 TEST(Duration, BetweenDatesDropsTheFraction) {
   const QDateTime start = utc(2024, 3, 5, 10, 0, 0, 250);

@@ -41,33 +41,18 @@ TEST_F(PhotoRecord, NamesPathsAndFileFacts) {
   EXPECT_TRUE(PhotoFile::initWithFileUrl(file, true)->isIphotosNode);
 }
 
-struct OrientationRow {
-  const char *file;
-  double width, height;
-};
-
-// Named by the file in test names (a row's bytes would hold pointers that change per run).
-void PrintTo(const OrientationRow &row, std::ostream *out) {
-  *out << row.file;
-}
-
-class Orientation : public PhotoRecord, public ::testing::WithParamInterface<OrientationRow> {};
-
 // The sample pictures are stored 600 x 450 (landscape) with each EXIF orientation.
-TEST_P(Orientation, QuarterTurnsSwapTheSize) {
-  const OrientationRow row = GetParam();
-  const QString file = testenv::copyPhoto(QString::fromLatin1(row.file), dir.path());
-  const auto photo = PhotoFile::initWithFileUrl(file, false);
-  EXPECT_EQ(QSizeF(photo->width, photo->height), QSizeF(row.width, row.height)) << row.file;
+TEST_F(PhotoRecord, QuarterTurnsSwapTheSize) {
+  const std::pair<const char *, QSizeF> rows[] = {{"landscape_1.jpg", {600, 450}},
+                                                  {"landscape_6.jpg", {600, 450}},
+                                                  {"landscape_8.jpg", {600, 450}},
+                                                  {"portrait_6.jpg", {450, 600}}};
+  for (const auto &[name, size] : rows) {
+    const QString file = testenv::copyPhoto(QStringLiteral("jpg/orientation/") + name, dir.path());
+    const auto photo = PhotoFile::initWithFileUrl(file, false);
+    EXPECT_EQ(QSizeF(photo->width, photo->height), size) << name;
+  }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Stored, Orientation,
-    ::testing::Values(OrientationRow{"jpg/orientation/landscape_1.jpg", 600, 450},
-                      OrientationRow{"jpg/orientation/landscape_6.jpg", 600, 450},
-                      OrientationRow{"jpg/orientation/landscape_8.jpg", 600, 450},
-                      OrientationRow{"jpg/orientation/portrait_6.jpg", 450, 600}),
-    [](const auto &info) { return testenv::testName(QFileInfo(info.param.file).baseName()); });
 
 QByteArray epsText(const char *box) {
   return QByteArray("%!PS-Adobe-3.0 EPSF-3.0\n%%Creator: test\n") + box +
@@ -89,37 +74,28 @@ QByteArray epsInBinaryWrapper() {
   return dos + ps;
 }
 
-struct BytesRow {
-  const char *name;
-  QByteArray bytes;
-  double width, height;
-};
-
-void PrintTo(const BytesRow &row, std::ostream *out) {
-  *out << row.name;
-}
-
-class SizeFromBytes : public PhotoRecord, public ::testing::WithParamInterface<BytesRow> {};
-
-TEST_P(SizeFromBytes, ComesFromTheRightReaderOrIsZero) {
-  const BytesRow row = GetParam();
-  const auto photo =
-      PhotoFile::initWithFileUrl(testenv::writeFile(path(row.name), row.bytes), false);
-  EXPECT_EQ(QSizeF(photo->width, photo->height), QSizeF(row.width, row.height)) << row.name;
-}
-
 // An EPS size comes from its %%BoundingBox, for the exact-case extensions only: mixed case
-// takes the image properties alone, which cannot read PostScript.
-INSTANTIATE_TEST_SUITE_P(
-    Files, SizeFromBytes,
-    ::testing::Values(BytesRow{"a.eps", epsText("%%BoundingBox: 10 20 310 220"), 300, 200},
-                      BytesRow{"b.EPS", epsText("%%BoundingBox: 10 20 310 220"), 300, 200},
-                      BytesRow{"c.Eps", epsText("%%BoundingBox: 10 20 310 220"), 0, 0},
-                      BytesRow{"d.eps", epsAtEnd(), 72, 144},
-                      BytesRow{"e.eps", epsInBinaryWrapper(), 40, 30},
-                      BytesRow{"f.eps", "%!PS\nno box here\n", 0, 0},
-                      BytesRow{"empty.jpg", {}, 0, 0}, BytesRow{"text.jpg", "not a photo", 0, 0}),
-    [](const auto &info) { return testenv::testName(info.param.name); });
+// takes the image properties alone, which cannot read PostScript. Anything unreadable is 0 x 0.
+TEST_F(PhotoRecord, SizeFromBytesComesFromTheRightReaderOrIsZero) {
+  const QByteArray box = epsText("%%BoundingBox: 10 20 310 220");
+  const struct {
+    const char *name;
+    QByteArray bytes;
+    QSizeF size;
+  } rows[] = {{"a.eps", box, {300, 200}},
+              {"b.EPS", box, {300, 200}},
+              {"c.Eps", box, {0, 0}},
+              {"d.eps", epsAtEnd(), {72, 144}},
+              {"e.eps", epsInBinaryWrapper(), {40, 30}},
+              {"f.eps", "%!PS\nno box here\n", {0, 0}},
+              {"empty.jpg", {}, {0, 0}},
+              {"text.jpg", "not a photo", {0, 0}}};
+  for (const auto &row : rows) {
+    const auto photo =
+        PhotoFile::initWithFileUrl(testenv::writeFile(path(row.name), row.bytes), false);
+    EXPECT_EQ(QSizeF(photo->width, photo->height), row.size) << row.name;
+  }
+}
 
 // The smallest PICT 2 picture: the 512-byte header, a 40 x 30 frame and the end opcode.
 QByteArray minimalPict() {

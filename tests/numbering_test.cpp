@@ -7,10 +7,8 @@
 #include "rename/BatchRenameSetting.h"
 #include "rename/RenameEngine.h"
 
-#include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QTemporaryDir>
 
 #include <exiv2/exiv2.hpp>
 #include <gtest/gtest.h>
@@ -29,11 +27,7 @@ QString numbered(qint32 digits, qint32 start, quint32 index) {
                            {RuleKey::Increment, 1},
                            {RuleKey::Digits, digits}};
   RenameEngine engine(*setting, kFormats);
-  RenameSubject subject;
-  subject.fileName = QStringLiteral("a.jpg");
-  subject.fileExtension = QStringLiteral("jpg");
-  subject.filePath = QStringLiteral("/p/a.jpg");
-  return engine.newName(subject, index);
+  return engine.newName({"a.jpg", "jpg", "/p/a.jpg", {}, {}, {}}, index);
 }
 
 TEST(CounterDigits, PadToTheWidthAndGrowPastIt) {
@@ -118,21 +112,9 @@ TEST(BatchOrder, EveryOrderBothWaysWithTiesInTheOrderOfAdding) {
   EXPECT_FALSE(BatchOrder::keyFromName("date", &key));
 }
 
-void setTakenDate(const QString &path, const char *date) {
-  auto image = Exiv2::ImageFactory::open(QFile::encodeName(path).toStdString());
-  image->readMetadata();
-  Exiv2::ExifData exif = image->exifData();
-  exif["Exif.Photo.DateTimeOriginal"] = date;
-  image->setExifData(exif);
-  image->writeMetadata();
-}
+class TakenOrder : public testenv::InOutTest {};
 
-TEST(BatchOrder, PreviewSortedByTakenDateNumbersPhotosByCaptureDate) {
-  QTemporaryDir dir;
-  ASSERT_TRUE(dir.isValid());
-  const QString in = dir.filePath("in");
-  const QString out = dir.filePath("out");
-  QDir().mkpath(in);
+TEST_F(TakenOrder, PreviewSortedByTakenDateNumbersPhotosByCaptureDate) {
   // Names in one order, capture dates in another; c and d share a date, and e has none.
   const std::pair<const char *, const char *> photos[] = {
       {"a.jpg", "2021:06:01 10:00:00"},
@@ -144,14 +126,15 @@ TEST(BatchOrder, PreviewSortedByTakenDateNumbersPhotosByCaptureDate) {
   for (const auto &[name, date] : photos) {
     const QString copy = testenv::copyPhoto("jpg/PaintTool_sample.jpg", in, name);
     ASSERT_FALSE(copy.isEmpty());
+    auto image = Exiv2::ImageFactory::open(QFile::encodeName(copy).toStdString());
+    image->readMetadata();
+    Exiv2::ExifData exif = image->exifData();
     if (date)
-      setTakenDate(copy, date);
-    else {
-      auto image = Exiv2::ImageFactory::open(QFile::encodeName(copy).toStdString());
-      image->readMetadata();
-      image->clearExifData();
-      image->writeMetadata();
-    }
+      exif["Exif.Photo.DateTimeOriginal"] = date;
+    else
+      exif.clear();
+    image->setExifData(exif);
+    image->writeMetadata();
   }
   const auto preview = [&](QStringList extra) {
     QStringList args = {"preview", "--copy", out,        "--number", "prefix",
