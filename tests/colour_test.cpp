@@ -2,53 +2,17 @@
 // every format that can hold one with the pixels untouched, GIF and BMP get their pixels
 // converted to sRGB, a PDF page gets an ICC-based colour space, and 16-bit photos stay 16-bit
 // in TIFF and PNG.
-#include "tests/support/TestEnv.h"
+#include "tests/support/Pictures.h"
 
 #include "platform/MetadataCopy.h"
 #include "platform/PdfPages.h"
 
-#include <QDir>
-#include <QFile>
-#include <QTemporaryDir>
-
-#include <gtest/gtest.h>
-
-#include <vips/vips8>
-
+using namespace testenv;
 using vips::VImage;
 
 namespace {
 
 const char kP3Photo[] = "heic/IMG_5195.HEIC";
-
-VImage load(const QString &path) {
-  return VImage::new_from_file(QFile::encodeName(path).constData());
-}
-
-// The ICC profile libvips finds attached to a decoded image; empty when none.
-QByteArray attachedProfile(const VImage &image) {
-  if (image.get_typeof(VIPS_META_ICC_NAME) == 0)
-    return {};
-  size_t size = 0;
-  const void *data = image.get_blob(VIPS_META_ICC_NAME, &size);
-  return QByteArray(static_cast<const char *>(data), qsizetype(size));
-}
-
-// The mean of each colour band, in 8-bit levels whatever the depth.
-std::vector<double> colourMeans(const VImage &image) {
-  const double scale = image.format() == VIPS_FORMAT_USHORT ? 257.0 : 1.0;
-  std::vector<double> means;
-  for (int band = 0; band < 3; ++band)
-    means.push_back(image.extract_band(band).avg() / scale);
-  return means;
-}
-
-double largestDifference(const std::vector<double> &a, const std::vector<double> &b) {
-  double largest = 0;
-  for (size_t i = 0; i < a.size() && i < b.size(); ++i)
-    largest = std::max(largest, std::abs(a[i] - b[i]));
-  return largest;
-}
 
 // The mean difference of two pictures of the same size, in 8-bit levels, once both are
 // averaged over blocks of 16 x 16 pixels: a GIF's dithering evens out, a colour shift stays.
@@ -71,22 +35,9 @@ bool profileNames(const QByteArray &profile, const QString &name) {
   return profile.contains(utf16) || profile.contains(name.toLatin1());
 }
 
-// The one file the run wrote into folder.
-QString onlyOutput(const QString &folder) {
-  const QStringList files = QDir(folder).entryList(QDir::Files);
-  return files.size() == 1 ? folder + "/" + files.first() : QString();
-}
-
-// Runs `quillmere run` over the photos in `in`, written as format into `out`.
-void convert(const QString &in, const QString &out, const QString &format) {
-  // libimagequant, under libvips' GIF encoder, keeps a buffer to the end of a large photo's
-  // run: the run is judged with the suite's leak suppressions, whatever environment it got.
-  if (qEnvironmentVariableIsEmpty("LSAN_OPTIONS"))
-    qputenv("LSAN_OPTIONS", QFile::encodeName("suppressions=" + testenv::dataDir() +
-                                              "/../lsan.supp:print_suppressions=0"));
-  const testenv::ProcessResult result =
-      testenv::runQuillmere({"run", "--yes", "--copy", out, "--format", format, in});
-  ASSERT_EQ(result.exitCode, 0) << result.out.toStdString() << result.err.toStdString();
+// Runs `quillmere run` over the photos in `in`, written as format into `out`; the one output.
+QString convert(const QString &in, const QString &out, const QString &format) {
+  return convertOne(in, out, {"--format", format});
 }
 
 // The P3 sample decoded once for every case.
@@ -103,7 +54,7 @@ struct P3Source {
 const P3Source &p3Source() {
   static const P3Source source = [] {
     P3Source s;
-    s.file = load(testenv::photosDir() + "/" + kP3Photo);
+    s.file = loadImage(testenv::photosDir() + "/" + kP3Photo);
     s.pixels = s.file.copy_memory();
     s.profile = attachedProfile(s.pixels);
     s.means = colourMeans(s.pixels);
@@ -131,12 +82,11 @@ class ProfileKept : public ColourTest, public ::testing::WithParamInterface<cons
 
 TEST_P(ProfileKept, OutputCarriesDisplayP3AndTheSourcePixels) {
   ASSERT_FALSE(testenv::copyPhoto(kP3Photo, in).isEmpty());
-  convert(in, out, GetParam());
-  const QString output = onlyOutput(out);
+  const QString output = convert(in, out, GetParam());
   ASSERT_FALSE(output.isEmpty());
   const P3Source &source = p3Source();
   EXPECT_EQ(platform::MetadataCopy::readColourProfile(output), source.profile);
-  const VImage written = load(output);
+  const VImage written = loadImage(output);
   // libvips reads the profile back too, except from JPEG 2000 where it leaves it unread.
   if (!output.endsWith(".jp2")) {
     EXPECT_EQ(attachedProfile(written), source.profile);
@@ -155,10 +105,9 @@ class ConvertedToSrgb : public ColourTest, public ::testing::WithParamInterface<
 
 TEST_P(ConvertedToSrgb, MeanColourIsTheSourcesInSrgb) {
   ASSERT_FALSE(testenv::copyPhoto(kP3Photo, in).isEmpty());
-  convert(in, out, GetParam());
-  const QString output = onlyOutput(out);
+  const QString output = convert(in, out, GetParam());
   ASSERT_FALSE(output.isEmpty());
-  VImage written = load(output);
+  VImage written = loadImage(output);
   if (written.bands() < 3)
     written = written.colourspace(VIPS_INTERPRETATION_sRGB);
   EXPECT_LE(largestDifference(colourMeans(written), p3Source().srgbMeans), 2.0);
@@ -171,8 +120,7 @@ INSTANTIATE_TEST_SUITE_P(Formats, ConvertedToSrgb, ::testing::Values("gif", "bmp
 
 TEST_F(ColourTest, PdfPagePictureHasAnIccBasedColourSpace) {
   ASSERT_FALSE(testenv::copyPhoto(kP3Photo, in).isEmpty());
-  convert(in, out, "pdf");
-  const QString output = onlyOutput(out);
+  const QString output = convert(in, out, "pdf");
   ASSERT_TRUE(output.endsWith(".pdf")) << output.toStdString();
   EXPECT_EQ(platform::PdfPages::pagePictureProfile(output, 0), p3Source().profile);
 }
@@ -180,16 +128,14 @@ TEST_F(ColourTest, PdfPagePictureHasAnIccBasedColourSpace) {
 // A JPEG in P3, as phones write them: the JPEG keeps the profile, and so does the PDF page,
 // which takes the JPEG's own bytes.
 TEST_F(ColourTest, JpegWithProfileKeepsItInJpegAndPdf) {
-  VImage photo = load(testenv::photosDir() + "/jpg/Canon_PowerShot_S40.jpg").copy();
+  VImage photo = loadImage(testenv::photosDir() + "/jpg/Canon_PowerShot_S40.jpg").copy();
   const QByteArray &profile = p3Source().profile;
   photo.set(VIPS_META_ICC_NAME, nullptr, const_cast<char *>(profile.constData()),
             size_t(profile.size()));
   photo.jpegsave(QFile::encodeName(in + "/phone.jpg").data());
   for (const char *format : {"jpg", "pdf"}) {
     SCOPED_TRACE(format);
-    const QString folder = out + "/" + format;
-    convert(in, folder, format);
-    const QString output = onlyOutput(folder);
+    const QString output = convert(in, out + "/" + format, format);
     ASSERT_FALSE(output.isEmpty());
     if (output.endsWith(".pdf"))
       EXPECT_EQ(platform::PdfPages::pagePictureProfile(output, 0), profile);
@@ -202,16 +148,14 @@ TEST_F(ColourTest, JpegWithProfileKeepsItInJpegAndPdf) {
 TEST_F(ColourTest, PhotoWithoutProfileGetsNoneAndKeepsItsColours) {
   const QString source = testenv::copyPhoto("jpg/Canon_PowerShot_S40.jpg", in);
   ASSERT_FALSE(source.isEmpty());
-  ASSERT_TRUE(attachedProfile(load(source)).isEmpty());
-  const std::vector<double> means = colourMeans(load(source));
+  ASSERT_TRUE(attachedProfile(loadImage(source)).isEmpty());
+  const std::vector<double> means = colourMeans(loadImage(source));
   for (const char *format : {"png", "gif"}) {
     SCOPED_TRACE(format);
-    const QString folder = out + "/" + format;
-    convert(in, folder, format);
-    const QString output = onlyOutput(folder);
+    const QString output = convert(in, out + "/" + format, format);
     ASSERT_FALSE(output.isEmpty());
     EXPECT_TRUE(platform::MetadataCopy::readColourProfile(output).isEmpty());
-    EXPECT_LE(largestDifference(colourMeans(load(output)), means), 2.0);
+    EXPECT_LE(largestDifference(colourMeans(loadImage(output)), means), 2.0);
   }
 }
 
@@ -229,7 +173,7 @@ void PrintTo(const DepthRow &row, std::ostream *os) {
 // A 16-bit RGB photo in the P3 space whose low bytes matter: a trip through 8 bits would change
 // every pixel.
 VImage makeSixteenBitPhoto(const QString &path) {
-  const VImage photo = load(testenv::photosDir() + "/jpg/Canon_PowerShot_S40.jpg");
+  const VImage photo = loadImage(testenv::photosDir() + "/jpg/Canon_PowerShot_S40.jpg");
   VImage sixteen = (photo.cast(VIPS_FORMAT_USHORT) * 257 + 77)
                        .cast(VIPS_FORMAT_USHORT)
                        .copy(VImage::option()->set("interpretation", VIPS_INTERPRETATION_RGB16));
@@ -237,7 +181,7 @@ VImage makeSixteenBitPhoto(const QString &path) {
   sixteen.set(VIPS_META_ICC_NAME, nullptr, const_cast<char *>(profile.constData()),
               size_t(profile.size()));
   sixteen.write_to_file(QFile::encodeName(path).constData());
-  return load(path);
+  return loadImage(path);
 }
 
 class SixteenBit : public ColourTest, public ::testing::WithParamInterface<DepthRow> {};
@@ -246,10 +190,9 @@ TEST_P(SixteenBit, StaysSixteenBitWithItsProfile) {
   const DepthRow row = GetParam();
   const VImage source = makeSixteenBitPhoto(in + "/scan." + row.source);
   ASSERT_EQ(source.format(), VIPS_FORMAT_USHORT);
-  convert(in, out, row.output);
-  const QString output = onlyOutput(out);
+  const QString output = convert(in, out, row.output);
   ASSERT_FALSE(output.isEmpty());
-  const VImage written = load(output);
+  const VImage written = loadImage(output);
   EXPECT_EQ(written.format(), VIPS_FORMAT_USHORT);
   ASSERT_EQ(written.bands(), 3);
   EXPECT_EQ((written - source).abs().max(), 0.0);
@@ -266,10 +209,9 @@ INSTANTIATE_TEST_SUITE_P(Formats, SixteenBit,
 
 TEST_F(ColourTest, SixteenBitPhotoGetsEightBitsOfTheSameColoursInJpeg) {
   const VImage source = makeSixteenBitPhoto(in + "/scan.tif");
-  convert(in, out, "jpg");
-  const QString output = onlyOutput(out);
+  const QString output = convert(in, out, "jpg");
   ASSERT_FALSE(output.isEmpty());
-  const VImage written = load(output);
+  const VImage written = loadImage(output);
   EXPECT_EQ(written.format(), VIPS_FORMAT_UCHAR);
   EXPECT_LE(largestDifference(colourMeans(written), colourMeans(source)), 1.0);
   EXPECT_EQ(platform::MetadataCopy::readColourProfile(output), p3Source().profile);

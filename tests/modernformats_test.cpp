@@ -2,7 +2,7 @@
 // upright at the right size, the source's colours, its capture date, GPS position and
 // colour profile carried, and the quality setting reaching the encoder. Photos in those
 // formats are taken as sources too and converted to every output format.
-#include "tests/support/TestEnv.h"
+#include "tests/support/Pictures.h"
 
 #include "app/BatchOptions.h"
 #include "platform/EncoderSupport.h"
@@ -13,43 +13,14 @@
 #include <QProcess>
 #include <QTemporaryDir>
 
-#include <gtest/gtest.h>
-
-#include <vips/vips8>
-
+using namespace testenv;
 using vips::VImage;
 
 namespace {
 
-VImage load(const QString &path) {
-  return VImage::new_from_file(QFile::encodeName(path).constData());
-}
-
-QByteArray attachedProfile(const VImage &image) {
-  if (image.get_typeof(VIPS_META_ICC_NAME) == 0)
-    return {};
-  size_t size = 0;
-  const void *data = image.get_blob(VIPS_META_ICC_NAME, &size);
-  return QByteArray(static_cast<const char *>(data), qsizetype(size));
-}
-
 // The colours as sRGB numbers, through the profile the image carries.
 VImage inSrgb(const VImage &image) {
   return image.icc_transform("srgb", VImage::option()->set("embedded", true)->set("depth", 8));
-}
-
-std::vector<double> colourMeans(const VImage &image) {
-  std::vector<double> means;
-  for (int band = 0; band < 3; ++band)
-    means.push_back(image.extract_band(band).avg());
-  return means;
-}
-
-double largestDifference(const std::vector<double> &a, const std::vector<double> &b) {
-  double largest = 0;
-  for (size_t i = 0; i < a.size() && i < b.size(); ++i)
-    largest = std::max(largest, std::abs(a[i] - b[i]));
-  return largest;
 }
 
 // exiftool's values (-n: numbers as numbers) of the tags, "Tag: value" per line.
@@ -71,28 +42,6 @@ QMap<QString, QString> exiftool(const QString &path, const QStringList &tags) {
   return values;
 }
 
-QString onlyOutput(const QString &folder) {
-  const QStringList files = QDir(folder).entryList(QDir::Files);
-  return files.size() == 1 ? folder + "/" + files.first() : QString();
-}
-
-// x265, under libheif's HEIC encoder, keeps its buffers to the end of the process: runs are
-// judged with the suite's leak suppressions, whatever environment the test got.
-void useLeakSuppressions() {
-  if (qEnvironmentVariableIsEmpty("LSAN_OPTIONS"))
-    qputenv("LSAN_OPTIONS", QFile::encodeName("suppressions=" + testenv::dataDir() +
-                                              "/../lsan.supp:print_suppressions=0"));
-}
-
-void convert(const QStringList &extra, const QString &in, const QString &out) {
-  useLeakSuppressions();
-  QStringList args = {"run", "--yes", "--copy", out};
-  args += extra;
-  args.append(in);
-  const testenv::ProcessResult result = testenv::runQuillmere(args);
-  ASSERT_EQ(result.exitCode, 0) << result.out.toStdString() << result.err.toStdString();
-}
-
 // The test's source: a camera JPEG (date and GPS in its EXIF) given the Display P3 profile of
 // the HEIC sample and stored turned (EXIF orientation 6), so the outputs must turn it upright
 // and carry a profile that is not sRGB's.
@@ -108,15 +57,15 @@ struct Source {
 Source makeSource(const QString &folder) {
   Source s;
   // libvips 8.14's HEIF loader keeps the profile in the file's own image, open meanwhile.
-  const VImage p3 = load(testenv::photo("heic/IMG_5195.HEIC"));
+  const VImage p3 = loadImage(testenv::photo("heic/IMG_5195.HEIC"));
   s.profile = attachedProfile(p3);
-  VImage camera = load(testenv::photo("jpg/gps/DSCN0010.jpg")).copy_memory();
+  VImage camera = loadImage(testenv::photo("jpg/gps/DSCN0010.jpg")).copy_memory();
   vips_image_set_blob_copy(camera.get_image(), VIPS_META_ICC_NAME, s.profile.constData(),
                            size_t(s.profile.size()));
   camera.set(VIPS_META_ORIENTATION, 6);
   s.path = folder + "/DSCN0010.jpg";
   camera.jpegsave(QFile::encodeName(s.path).constData(), VImage::option()->set("Q", 95));
-  const VImage upright = load(s.path).autorot();
+  const VImage upright = loadImage(s.path).autorot();
   s.uprightWidth = upright.width();
   s.uprightHeight = upright.height();
   s.means = colourMeans(upright);
@@ -124,30 +73,24 @@ Source makeSource(const QString &folder) {
   return s;
 }
 
-class ModernOutput : public ::testing::TestWithParam<const char *> {
+class ModernOutput : public InOutTest, public ::testing::WithParamInterface<const char *> {
 protected:
   void SetUp() override {
-    ASSERT_TRUE(dir.isValid());
+    ASSERT_NO_FATAL_FAILURE(InOutTest::SetUp());
     if (!platform::EncoderSupport::canEncode(GetParam()))
       GTEST_SKIP() << "this system's libvips has no " << GetParam() << " encoder";
-    in = dir.filePath("in");
-    QDir().mkpath(in);
     source = makeSource(in);
   }
-  QTemporaryDir dir;
-  QString in;
   Source source;
 };
 
 TEST_P(ModernOutput, ReadsBackUprightWithColoursDateGpsAndProfile) {
   const QString format = GetParam();
-  const QString out = dir.filePath("out");
-  ASSERT_NO_FATAL_FAILURE(convert({"--format", format, "--quality", "0.9"}, in, out));
-  const QString written = onlyOutput(out);
+  const QString written = convertOne(in, out, {"--format", format, "--quality", "0.9"});
   ASSERT_FALSE(written.isEmpty());
   EXPECT_EQ(QFileInfo(written).suffix(), format);
 
-  const VImage image = load(written);
+  const VImage image = loadImage(written);
   EXPECT_EQ(image.width(), source.uprightWidth);
   EXPECT_EQ(image.height(), source.uprightHeight);
   EXPECT_LE(largestDifference(colourMeans(image), source.means), 3.0);
@@ -180,12 +123,10 @@ TEST_P(ModernOutput, ReadsBackUprightWithColoursDateGpsAndProfile) {
 
 TEST_P(ModernOutput, LowerQualityGivesSmallerFile) {
   const QString format = GetParam();
-  const QString high = dir.filePath("high");
-  const QString low = dir.filePath("low");
-  ASSERT_NO_FATAL_FAILURE(convert({"--format", format, "--quality", "0.9"}, in, high));
-  ASSERT_NO_FATAL_FAILURE(convert({"--format", format, "--quality", "0.5"}, in, low));
-  const qint64 highSize = QFileInfo(onlyOutput(high)).size();
-  const qint64 lowSize = QFileInfo(onlyOutput(low)).size();
+  const qint64 highSize =
+      QFileInfo(convertOne(in, out + "/high", {"--format", format, "--quality", "0.9"})).size();
+  const qint64 lowSize =
+      QFileInfo(convertOne(in, out + "/low", {"--format", format, "--quality", "0.5"})).size();
   EXPECT_GT(lowSize, 0);
   EXPECT_LT(lowSize, highSize);
 }
@@ -198,20 +139,17 @@ INSTANTIATE_TEST_SUITE_P(Formats, ModernOutput, ::testing::Values("webp", "avif"
 class ModernInput : public ::testing::TestWithParam<const char *> {
 protected:
   static void SetUpTestSuite() {
-    useLeakSuppressions();
     folder = new QTemporaryDir;
     const QString made = folder->filePath("made");
     sources = folder->filePath("sources");
     QDir().mkpath(sources);
     const QString camera = testenv::photo("jpg/gps/DSCN0010.jpg");
-    cameraMeans = colourMeans(load(camera));
+    cameraMeans = colourMeans(loadImage(camera));
     for (const QString &format : platform::EncoderSupport::modernFormats()) {
       if (!platform::EncoderSupport::canEncode(format))
         continue;
       const QString out = made + "/" + format;
-      const testenv::ProcessResult result =
-          testenv::runQuillmere({"run", "--yes", "--copy", out, "--format", format, camera});
-      ASSERT_EQ(result.exitCode, 0) << result.err.toStdString();
+      ASSERT_TRUE(runCopy(camera, out, {"--format", format}));
       // Each under its own name, so the converted photos do not meet in one folder.
       ASSERT_TRUE(QFile::rename(onlyOutput(out), sources + "/from_" + format + "." + format));
     }
@@ -252,7 +190,7 @@ TEST_P(ModernInput, EachIsConvertedToTheFormat) {
   if (!platform::EncoderSupport::canEncode(format))
     GTEST_SKIP() << "this system's libvips has no " << GetParam() << " encoder";
   const QString out = folder->filePath(QStringLiteral("to_") + format);
-  ASSERT_NO_FATAL_FAILURE(convert({"--format", format}, sources, out));
+  ASSERT_TRUE(runCopy(sources, out, {"--format", format}));
   const QStringList written = QDir(out).entryList(QDir::Files);
   ASSERT_EQ(written.size(), QDir(sources).entryList(QDir::Files).size());
   for (const QString &file : written) {
@@ -264,7 +202,7 @@ TEST_P(ModernInput, EachIsConvertedToTheFormat) {
       EXPECT_TRUE(pdf.read(5) == "%PDF-") << file.toStdString();
       continue;
     }
-    const VImage image = load(path);
+    const VImage image = loadImage(path);
     EXPECT_EQ(image.width(), 640) << file.toStdString();
     EXPECT_EQ(image.height(), 480) << file.toStdString();
     // Two lossy generations (GIF's palette among them) keep the mean colour.
