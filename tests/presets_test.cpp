@@ -9,27 +9,18 @@
 
 #include <QDir>
 #include <QFile>
-#include <QTemporaryDir>
 
 #include <gtest/gtest.h>
 
 namespace {
 
-QByteArray bytesOf(const QString &path) {
-  QFile file(path);
-  return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-class PresetsTest : public ::testing::Test {
+class PresetsTest : public testenv::InOutTest {
 protected:
   void SetUp() override {
-    ASSERT_TRUE(dir.isValid());
-    out = dir.filePath("out");
+    InOutTest::SetUp();
     // The temporary HOME lasts for the whole process: each test starts without presets.
     QDir(Presets::folder()).removeRecursively();
   }
-  QTemporaryDir dir;
-  QString out;
 };
 
 TEST_F(PresetsTest, SavedPresetRunsListsAndRoundTripsThroughExportAndImport) {
@@ -46,8 +37,6 @@ TEST_F(PresetsTest, SavedPresetRunsListsAndRoundTripsThroughExportAndImport) {
             QStringLiteral("Weekly\tpng\tmodify names\tcopy to %1\n").arg(out).toStdString());
 
   // The preset gives the settings; an option given with it overrides it.
-  const QString in = dir.filePath("in");
-  QDir().mkpath(in);
   testenv::copyPhoto("jpg/PaintTool_sample.jpg", in, "x.jpg");
   auto preview = testenv::runQuillmere({"preview", "--preset", "Weekly", in});
   EXPECT_TRUE(preview.out.contains(out + "/wk_x001.png")) << preview.out.toStdString();
@@ -56,7 +45,7 @@ TEST_F(PresetsTest, SavedPresetRunsListsAndRoundTripsThroughExportAndImport) {
   EXPECT_EQ(testenv::runQuillmere({"preview", "--preset", "Nope", in}).exitCode, 64);
 
   // Export, delete, import: the same file, byte for byte.
-  const QByteArray before = bytesOf(file);
+  const QByteArray before = testenv::readFile(file);
   const QString exported = dir.filePath("weekly.plist");
   ASSERT_EQ(testenv::runQuillmere({"presets", "export", "Weekly", exported}).exitCode, 0);
   EXPECT_EQ(testenv::runQuillmere({"presets", "export", "Weekly", exported}).exitCode, 1)
@@ -67,7 +56,7 @@ TEST_F(PresetsTest, SavedPresetRunsListsAndRoundTripsThroughExportAndImport) {
   EXPECT_FALSE(QFile::exists(file));
   const auto imported = testenv::runQuillmere({"presets", "import", exported});
   ASSERT_EQ(imported.exitCode, 0) << imported.err.toStdString();
-  EXPECT_EQ(bytesOf(file), before);
+  EXPECT_EQ(testenv::readFile(file), before);
 
   QString error;
   ASSERT_TRUE(Presets::rename("Weekly", "Monthly", &error)) << error.toStdString();
@@ -97,19 +86,14 @@ TEST_F(PresetsTest, DamagedPresetIsReportedByFileAndKeyAndHarmsNoOther) {
   EXPECT_EQ(listed.out.toStdString(), QStringLiteral("Good\tjpg\tkeep names\tcopy to %1\n")
                                           .arg(OutputOptionSettings::defaultOutputFolderPath())
                                           .toStdString());
-  const QString err = listed.err;
-  EXPECT_TRUE(err.contains(Presets::fileForName("Garbage") + ": not a property list"))
-      << err.toStdString();
-  EXPECT_TRUE(
-      err.contains(Presets::fileForName("Range") +
-                   ": \"Settings\" / \"Output Format\" is 12, not a whole number from 0 to 8"))
-      << err.toStdString();
-  EXPECT_TRUE(err.contains(Presets::fileForName("Digits") +
-                           ": \"Settings\" / \"Add Digit\" / \"Digits\" is 15"))
-      << err.toStdString();
-  EXPECT_TRUE(err.contains(Presets::fileForName("Flag") +
-                           ": \"Options\" / \"useSourceFolder\" is not a number"))
-      << err.toStdString();
+  const std::pair<const char *, const char *> reported[] = {
+      {"Garbage", "not a property list"},
+      {"Range", "\"Settings\" / \"Output Format\" is 12, not a whole number from 0 to 8"},
+      {"Digits", "\"Settings\" / \"Add Digit\" / \"Digits\" is 15"},
+      {"Flag", "\"Options\" / \"useSourceFolder\" is not a number"}};
+  for (const auto &[name, message] : reported)
+    EXPECT_TRUE(listed.err.contains(Presets::fileForName(name) + ": " + message))
+        << listed.err.toStdString();
 
   // Using a damaged preset is refused with the same message; the good one still works.
   const auto used = testenv::runQuillmere({"preview", "--preset", "Range", dir.path()});

@@ -10,14 +10,10 @@
 #include <QDirIterator>
 #include <QFile>
 #include <QMap>
-#include <QProcess>
-#include <QTemporaryDir>
 
 #include <gtest/gtest.h>
 
 #include <csignal>
-
-#include <vips/vips8>
 
 namespace {
 
@@ -27,10 +23,9 @@ QMap<QString, QByteArray> snapshot(const QString &root) {
   QDirIterator it(root, QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
   while (it.hasNext()) {
     const QString path = it.next();
-    QFile file(path);
-    file.open(QIODevice::ReadOnly);
-    files.insert(QDir(root).relativeFilePath(path),
-                 QCryptographicHash::hash(file.readAll(), QCryptographicHash::Sha1).toHex());
+    files.insert(
+        QDir(root).relativeFilePath(path),
+        QCryptographicHash::hash(testenv::readFile(path), QCryptographicHash::Sha1).toHex());
   }
   return files;
 }
@@ -45,15 +40,22 @@ struct Mode {
   bool existingOutputs = false;
 };
 
-class UndoTest : public ::testing::TestWithParam<Mode> {
+// Each test starts with no journal of earlier runs.
+class CleanJournal : public testenv::InOutTest {
 protected:
   void SetUp() override {
-    ASSERT_TRUE(dir.isValid());
+    InOutTest::SetUp();
     QDir(RunJournal::folder()).removeRecursively();
-    in = dir.filePath("in");
-    out = dir.filePath("out");
-    QDir().mkpath(in);
     QDir().mkpath(out);
+  }
+};
+
+using UndoAfterKill = CleanJournal;
+
+class UndoTest : public CleanJournal, public ::testing::WithParamInterface<Mode> {
+protected:
+  void SetUp() override {
+    CleanJournal::SetUp();
     for (const char *name : {"a.jpg", "b.jpg", "c.jpg"})
       testenv::copyPhoto("jpg/PaintTool_sample.jpg", in, name);
   }
@@ -63,9 +65,6 @@ protected:
       args << (option == "OUT" ? out : option);
     return args << in;
   }
-  QTemporaryDir dir;
-  QString in;
-  QString out;
 };
 
 TEST_P(UndoTest, UndoRestoresTheFoldersAndLeavesAChangedOutputAlone) {
@@ -134,36 +133,13 @@ INSTANTIATE_TEST_SUITE_P(
                       Mode{"PdfAppend", {"--copy", "OUT", "--format", "pdf", "--overwrite"}, true}),
     [](const auto &info) { return std::string(info.param.name); });
 
-TEST(UndoAfterKill, EveryPhotoTheKilledRunFinishedIsUndone) {
-  QTemporaryDir dir;
-  ASSERT_TRUE(dir.isValid());
-  QDir(RunJournal::folder()).removeRecursively();
-  const QString in = dir.filePath("in");
-  const QString out = dir.filePath("out");
-  QDir().mkpath(in);
-  // Noisy large photos: slow enough to encode that the run is killed midway.
-  const vips::VImage noise =
-      vips::VImage::gaussnoise(2500, 1800, vips::VImage::option()->set("sigma", 60))
-          .bandjoin({vips::VImage::gaussnoise(2500, 1800), vips::VImage::gaussnoise(2500, 1800)})
-          .cast(VIPS_FORMAT_UCHAR)
-          .copy(vips::VImage::option()->set("interpretation", VIPS_INTERPRETATION_sRGB));
-  noise.jpegsave(QFile::encodeName(in + "/big_00.jpg").data());
-  for (int i = 1; i < 12; ++i)
-    QFile::copy(in + "/big_00.jpg",
-                QStringLiteral("%1/big_%2.jpg").arg(in).arg(i, 2, 10, QChar('0')));
+TEST_F(UndoAfterKill, EveryPhotoTheKilledRunFinishedIsUndone) {
+  testenv::makeNoisyPhotos(in, 12);
   const auto beforeIn = snapshot(in);
-
-  QProcess process;
-  process.start(testenv::quillmereBinary(), {"run", "--yes", "--move", out, "--format", "tif", in});
-  ASSERT_TRUE(process.waitForStarted());
-  QByteArray err;
-  while (!err.contains("3/12") && process.state() == QProcess::Running) {
-    process.waitForReadyRead(200);
-    err += process.readAllStandardError();
-  }
-  ASSERT_EQ(process.state(), QProcess::Running) << "the run ended before it could be killed";
-  ::kill(pid_t(process.processId()), SIGKILL);
-  process.waitForFinished();
+  ASSERT_TRUE(testenv::interruptQuillmere({"run", "--yes", "--move", out, "--format", "tif", in},
+                                          "3/12", SIGKILL)
+                  .stillRunning)
+      << "the run ended before it could be killed";
 
   const RunInfo killed = RunJournal::runs().first();
   EXPECT_GE(killed.records.size(), 2);

@@ -6,7 +6,9 @@
 #include <QProcess>
 
 #include <gtest/gtest.h>
+#include <vips/vips8>
 
+#include <csignal>
 #include <cstdlib>
 #include <ctime>
 #include <string>
@@ -148,6 +150,45 @@ ProcessResult runQuillmere(const QStringList &args, const QString &workingDir) {
   result.exitCode = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
   result.out = QString::fromUtf8(process.readAllStandardOutput());
   result.err = QString::fromUtf8(process.readAllStandardError());
+  return result;
+}
+
+QByteArray readFile(const QString &path) {
+  QFile file(path);
+  return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+void makeNoisyPhotos(const QString &folder, int count) {
+  QDir().mkpath(folder);
+  const vips::VImage noise =
+      vips::VImage::gaussnoise(3000, 2000, vips::VImage::option()->set("sigma", 60))
+          .bandjoin({vips::VImage::gaussnoise(3000, 2000), vips::VImage::gaussnoise(3000, 2000)})
+          .cast(VIPS_FORMAT_UCHAR)
+          .copy(vips::VImage::option()->set("interpretation", VIPS_INTERPRETATION_sRGB));
+  const QString first = folder + QStringLiteral("/big_00.jpg");
+  noise.jpegsave(QFile::encodeName(first).data(), vips::VImage::option()->set("Q", 90));
+  for (int i = 1; i < count; ++i)
+    QFile::copy(first, QStringLiteral("%1/big_%2.jpg").arg(folder).arg(i, 2, 10, QChar('0')));
+}
+
+InterruptedRun interruptQuillmere(const QStringList &args, const QByteArray &progress, int signal) {
+  QProcess process;
+  process.start(quillmereBinary(), args);
+  InterruptedRun result;
+  if (!process.waitForStarted())
+    return result;
+  QByteArray err;
+  while (!err.contains(progress) && process.state() == QProcess::Running) {
+    process.waitForReadyRead(200);
+    err += process.readAllStandardError();
+  }
+  result.stillRunning = process.state() == QProcess::Running;
+  if (result.stillRunning) // a process that has ended has no id: kill(0) would hit the tests
+    ::kill(pid_t(process.processId()), signal);
+  process.waitForFinished(120000);
+  if (process.exitStatus() == QProcess::NormalExit)
+    result.exitCode = process.exitCode();
+  result.out = QString::fromUtf8(process.readAllStandardOutput());
   return result;
 }
 

@@ -55,6 +55,23 @@ struct ProcessResult {
 // Runs the quillmere binary with args in the test's environment and waits for it.
 ProcessResult runQuillmere(const QStringList &args, const QString &workingDir = {});
 
+// The whole of a file, or nothing when it cannot be read.
+QByteArray readFile(const QString &path);
+
+// count copies (big_00.jpg, big_01.jpg, ...) of one noisy 3000 x 2000 JPEG in folder: slow
+// enough to encode that a run can be interrupted midway.
+void makeNoisyPhotos(const QString &folder, int count);
+
+struct InterruptedRun {
+  bool stillRunning = false; // the command had not ended before the signal
+  int exitCode = -1;         // -1 when the signal killed it
+  QString out;
+};
+
+// Runs the quillmere binary, waits until its progress on stderr shows `progress` ("2/12"),
+// sends it `signal` and waits for it to end.
+InterruptedRun interruptQuillmere(const QStringList &args, const QByteArray &progress, int signal);
+
 // A test with a temporary folder holding "in" (made) and "out" (left for the run to make).
 class InOutTest : public ::testing::Test {
 protected:
