@@ -1,25 +1,14 @@
 // The preview's "Date From" column and its "NO CAPTURE DATE" filter: there only while the names
 // use the taken date, with each photo's date source and the photos that fell back to their
 // file's date; information only, so the checks' counts stay as they were.
-#include "app/AppDelegate.h"
-#include "intake/PhotoFile.h"
-#include "rename/OutputOptionSettings.h"
 #include "tests/support/SetupScreenFixture.h"
 #include "tests/support/TestEnv.h"
-#include "ui/ConvertFormatOrRenameView.h"
-#include "ui/PreviewTableModel.h"
-#include "ui/ScreenFlowDelegate.h"
-#include "ui/SetupVC.h"
 
 #include <QAbstractItemModelTester>
-#include <QDir>
 #include <QGroupBox>
 #include <QImage>
 #include <QPushButton>
 #include <QRadioButton>
-#include <QSignalSpy>
-#include <QTest>
-#include <gtest/gtest.h>
 
 namespace {
 
@@ -29,7 +18,6 @@ struct DateFrom : SetupScreenFixture {
 
   void open() {
     const QString src = dir.filePath("Trip");
-    QDir().mkpath(src);
     exifPhoto = testenv::copyPhoto("jpg/Canon_40D.jpg", src, "a_exif.jpg");
     xmpPhoto = testenv::copyPhoto("jpg/xmp/no_exif.jpg", src, "b_xmp.jpg");
     undatedPhoto = src + "/c_undated.png";

@@ -1,27 +1,14 @@
 // The setup screen's presets: applying one changes the preview; saving the current settings
 // as a new preset, and a damaged preset file named in the panel without hiding the others.
-#include "app/AppDelegate.h"
-#include "intake/PhotoFile.h"
 #include "rename/BatchRenameSetting.h"
-#include "rename/OutputOptionSettings.h"
 #include "rename/Presets.h"
 #include "tests/support/SetupScreenFixture.h"
 #include "tests/support/TestEnv.h"
-#include "ui/ConvertFormatOrRenameView.h"
 #include "ui/PresetsPanel.h"
-#include "ui/PreviewTableModel.h"
-#include "ui/ScreenFlowDelegate.h"
-#include "ui/SetupVC.h"
 
 #include <QAction>
-#include <QComboBox>
-#include <QDir>
 #include <QFileInfo>
 #include <QPushButton>
-#include <QSignalSpy>
-#include <QTemporaryDir>
-#include <QTest>
-#include <gtest/gtest.h>
 
 namespace {
 
@@ -34,10 +21,13 @@ struct PresetsOnSetup : SetupScreenFixture {
     QDir().mkpath(other);
     useBatch({testenv::copyPhoto("jpg/PaintTool_sample.jpg", dir.path(), "shot.jpg")});
   }
-  void open() { showScreen(); }
   PresetsPanel *panel() { return screen->findChild<PresetsPanel *>(); }
-  QPushButton *button(const char *name) {
-    return screen->findChild<QPushButton *>(QLatin1String(name));
+  // Applies the chosen preset and waits for the preview it brings.
+  void apply() {
+    QSignalSpy shown(view(), &ConvertFormatOrRenameView::previewShown);
+    QTest::mouseClick(find<QPushButton>("presetApply"), Qt::LeftButton);
+    ASSERT_TRUE(shown.wait(10000));
+    settle();
   }
 };
 
@@ -56,15 +46,12 @@ TEST_F(PresetsOnSetup, ApplyingAPresetChangesThePreviewAndSavingKeepsTheCurrentS
   options->outputFolderPath = other;
   ASSERT_TRUE(Presets::save("Weekly", setting->dictionaryRepresentation(),
                             options->dictionaryRepresentation(), &error));
-  open();
+  showScreen();
   EXPECT_EQ(newPath(), out + "/shot.jpg");
   ASSERT_NE(panel(), nullptr);
   EXPECT_EQ(panel()->selectedName(), "Weekly");
 
-  QSignalSpy shown(view(), &ConvertFormatOrRenameView::previewShown);
-  QTest::mouseClick(button("presetApply"), Qt::LeftButton);
-  ASSERT_TRUE(shown.wait(10000));
-  settle();
+  ASSERT_NO_FATAL_FAILURE(apply());
   EXPECT_EQ(newPath(), other + "/wk_shot01.png");
   EXPECT_EQ(delegate.selectedOuputSettingObj->outputFolderPath, other);
 
@@ -86,15 +73,10 @@ TEST_F(PresetsOnSetup, ADamagedPresetIsNamedAndTheOthersStayUsable) {
   QString error;
   ASSERT_TRUE(Presets::save("Good", {{"Output Format", 3}}, {}, &error));
   testenv::writeFile(Presets::fileForName("Broken"), "<plist><dict><key>");
-  open();
-  auto *list = screen->findChild<QComboBox *>(QStringLiteral("presetList"));
-  ASSERT_NE(list, nullptr);
-  EXPECT_EQ(list->count(), 1);
+  showScreen();
+  EXPECT_EQ(find<QComboBox>("presetList")->count(), 1);
   EXPECT_TRUE(panel()->message().contains(Presets::fileForName("Broken")));
-  QSignalSpy shown(view(), &ConvertFormatOrRenameView::previewShown);
-  QTest::mouseClick(button("presetApply"), Qt::LeftButton);
-  ASSERT_TRUE(shown.wait(10000));
-  settle();
+  ASSERT_NO_FATAL_FAILURE(apply());
   EXPECT_EQ(QFileInfo(newPath()).suffix(), "gif");
 }
 
