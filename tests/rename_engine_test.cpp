@@ -375,51 +375,35 @@ TEST(RenameSetting, DelegateSharesTheSettingUntilReset) {
 
 // --- Boxed values: what a settings file's wrong types read as ---
 
-struct BoxedRow {
-  QVariant value;
-  qint32 integer;
-  bool boolean;
-};
-
-// The value's type and text: "text_12abc", "double_minus_3_dot_9", "invalid".
-std::string boxedName(const QVariant &value) {
-  if (!value.isValid())
-    return "invalid";
-  const std::string type =
-      value.typeId() == QMetaType::QString ? "text" : testenv::testName(value.typeName());
-  return type + "_" + testenv::textName(value.toString());
-}
-
-void PrintTo(const BoxedRow &row, std::ostream *out) {
-  *out << boxedName(row.value);
-}
-
-class BoxedRows : public ::testing::TestWithParam<BoxedRow> {};
-
-TEST_P(BoxedRows, ReadAsTheOriginalBoxesDid) {
-  EXPECT_EQ(BoxedValue::intValue(GetParam().value), GetParam().integer)
-      << GetParam().value.toString().toStdString();
-  EXPECT_EQ(BoxedValue::boolValue(GetParam().value), GetParam().boolean)
-      << GetParam().value.toString().toStdString();
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Values, BoxedRows,
-    ::testing::Values(
-        BoxedRow{QStringLiteral("12abc"), 12, true}, BoxedRow{QStringLiteral(" -3"), -3, true},
-        BoxedRow{QStringLiteral("abc"), 0, false}, BoxedRow{QStringLiteral(""), 0, false},
-        BoxedRow{QStringLiteral("Yes"), 0, true}, BoxedRow{QStringLiteral("true"), 0, true},
-        BoxedRow{QStringLiteral("no"), 0, false}, BoxedRow{QStringLiteral("0"), 0, false},
-        BoxedRow{QStringLiteral("  +007"), 7, true},
-        BoxedRow{QStringLiteral("99999999999"), 2147483647, true},
-        BoxedRow{QStringLiteral("-99999999999"), -2147483647 - 1, true},
-        BoxedRow{QVariant(3.9), 3, true}, BoxedRow{QVariant(-3.9), -3, true},
-        BoxedRow{QVariant(1e20), 2147483647, true},
-        BoxedRow{QVariant(qlonglong(4294967297LL)), 1, true}, BoxedRow{QVariant(true), 1, true},
-        BoxedRow{QVariant(), 0, false}, BoxedRow{QVariant(QVariantMap{{"a", 1}}), 0, false}),
-    [](const auto &info) { return boxedName(info.param.value); });
-
-TEST(BoxedValue, TextsAndDoubles) {
+TEST(BoxedValue, WrongTypesReadAsTheOriginalBoxesDid) {
+  const struct {
+    QVariant value;
+    qint32 integer;
+    bool boolean;
+  } rows[] = {{QStringLiteral("12abc"), 12, true},
+              {QStringLiteral(" -3"), -3, true},
+              {QStringLiteral("abc"), 0, false},
+              {QStringLiteral(""), 0, false},
+              {QStringLiteral("Yes"), 0, true},
+              {QStringLiteral("true"), 0, true},
+              {QStringLiteral("no"), 0, false},
+              {QStringLiteral("0"), 0, false},
+              {QStringLiteral("  +007"), 7, true},
+              {QStringLiteral("99999999999"), 2147483647, true},
+              {QStringLiteral("-99999999999"), -2147483647 - 1, true},
+              {3.9, 3, true},
+              {-3.9, -3, true},
+              {1e20, 2147483647, true},
+              {qlonglong(4294967297LL), 1, true},
+              {true, 1, true},
+              {QVariant(), 0, false},
+              {QVariantMap{{"a", 1}}, 0, false}};
+  for (const auto &row : rows) {
+    const std::string shown = std::string(row.value.typeName() ? row.value.typeName() : "invalid") +
+                              " " + row.value.toString().toStdString();
+    EXPECT_EQ(BoxedValue::intValue(row.value), row.integer) << shown;
+    EXPECT_EQ(BoxedValue::boolValue(row.value), row.boolean) << shown;
+  }
   EXPECT_EQ(BoxedValue::stringValue(QVariant(5)), QString());
   EXPECT_EQ(BoxedValue::stringValue(QVariant(QStringLiteral("x"))), QStringLiteral("x"));
   EXPECT_DOUBLE_EQ(BoxedValue::doubleValue(QVariant(QStringLiteral("0.85x"))), 0.85);
@@ -456,30 +440,17 @@ TEST_F(EditorFixture, TextFieldsCutToTheirLimitsAndDropSlashes) {
   EXPECT_EQ(rebuilds, 7);
 }
 
-struct FormatterRow {
-  const char *text;
-  bool accepted;
-};
-void PrintTo(const FormatterRow &row, std::ostream *out) {
-  *out << '"' << row.text << '"';
-}
-class IntegerFormatterRows : public ::testing::TestWithParam<FormatterRow> {};
-TEST_P(IntegerFormatterRows, AcceptsOneIntegerOfAtMostFourCharacters) {
+// Integer fields accept one integer of at most four characters, sign and blanks included.
+TEST(IntegerFormatter, AcceptsOneIntegerOfAtMostFourCharacters) {
+  const std::pair<const char *, bool> rows[] = {
+      {"", true},     {"1234", true}, {"12345", false}, {"1a", false},  {"-1", true},
+      {"-", true},    {" 12", true},  {"  ", false},    {"1 2", false}, {"1.5", false},
+      {"--1", false}, {"-999", true}, {"-9999", false}};
   OnlyIntegerValueFormatterWithZero formatter;
-  EXPECT_EQ(formatter.isPartialStringValid(QString::fromUtf8(GetParam().text)), GetParam().accepted)
-      << GetParam().text;
+  for (const auto &[text, accepted] : rows)
+    EXPECT_EQ(formatter.isPartialStringValid(QString::fromUtf8(text)), accepted)
+        << '"' << text << '"';
 }
-INSTANTIATE_TEST_SUITE_P(Texts, IntegerFormatterRows,
-                         ::testing::Values(FormatterRow{"", true}, FormatterRow{"1234", true},
-                                           FormatterRow{"12345", false}, FormatterRow{"1a", false},
-                                           FormatterRow{"-1", true}, FormatterRow{"-", true},
-                                           FormatterRow{" 12", true}, FormatterRow{"  ", false},
-                                           FormatterRow{"1 2", false}, FormatterRow{"1.5", false},
-                                           FormatterRow{"--1", false}, FormatterRow{"-999", true},
-                                           FormatterRow{"-9999", false}),
-                         [](const auto &info) {
-                           return testenv::textName(QString::fromUtf8(info.param.text));
-                         });
 
 TEST_F(EditorFixture, IntegerFieldsAndSlidersStoreTheirValues) {
   editor.integerFieldDidChange(RenameIntegerField::From, QStringLiteral("-12"));
