@@ -12,7 +12,7 @@
 #include "rename/OutputPhotoPath.h"
 #include "rename/PreviewPass.h"
 
-#include "tests/support/TestEnv.h"
+#include "tests/support/Pictures.h"
 
 #include <QDir>
 #include <QElapsedTimer>
@@ -45,16 +45,22 @@ protected:
     delegate->arrayDestinationPaths.clear();
     delegate->isPHOTOS_PROCESSING_IN_PROGERESS = false;
     delegate->isSUBWINDOW_OPENED = false;
-    run = std::make_unique<BatchRun>(delegate);
-    run->submitToBackground = [](std::function<void()> work) { work(); };
+    run = newRun();
     run->freeSpaceReader = [this](const QString &) { return freeBytes; };
     run->totalSpaceReader = [](const QString &) { return qint64(1) << 40; };
     run->scaleFactorReader = [this] { return scale; };
     run->openPath = [this](const QString &path) { opened << path; };
     run->logLine = [this](const QString &line) { console << line; };
-    run->settings.outputFolderPath = dir.filePath("out");
-    run->settings.outputFormat = 4; // jpg
     QObject::connect(run.get(), &BatchRun::runEnded, [this](bool finished) { ended << finished; });
+  }
+
+  // A run on the caller's thread, writing JPEGs to out/.
+  std::unique_ptr<BatchRun> newRun() {
+    auto fresh = std::make_unique<BatchRun>(delegate);
+    fresh->submitToBackground = [](std::function<void()> work) { work(); };
+    fresh->settings.outputFolderPath = dir.filePath("out");
+    fresh->settings.outputFormat = 4; // jpg
+    return fresh;
   }
 
   // Adds photos[i] copied into in/, written to out/<name>.
@@ -129,7 +135,7 @@ TEST_F(BatchRunTest, FinishedRunWritesEveryPhotoAndTheExactLog) {
   EXPECT_TRUE(opened.isEmpty());
 
   // The orientation-6 photo was written upright.
-  const vips::VImage b = vips::VImage::new_from_file(QFile::encodeName(destination(1)).data());
+  const vips::VImage b = testenv::loadImage(destination(1));
   EXPECT_EQ(b.width(), 600);
   EXPECT_EQ(b.height(), 450);
 
@@ -300,9 +306,8 @@ TEST_F(BatchRunTest, ScaleFactorTwoHalvesTheWrittenSize) {
   addPhoto(kSamples[0], "half.jpg");
   scale = 2.0;
   ASSERT_TRUE(run->sendStartProcessRequest());
-  const vips::VImage written =
-      vips::VImage::new_from_file(QFile::encodeName(destination(0)).data());
-  const vips::VImage original = vips::VImage::new_from_file(QFile::encodeName(source(0)).data());
+  const vips::VImage written = testenv::loadImage(destination(0));
+  const vips::VImage original = testenv::loadImage(source(0));
   EXPECT_EQ(written.width(), original.width() / 2);
   EXPECT_EQ(written.height(), original.height() / 2);
   EXPECT_TRUE(console.contains("backing scale factor: 2.000000"));
@@ -478,9 +483,7 @@ TEST_F(BatchRunTest, OutputsMadeAheadMatchThoseMadeInTurn) {
     QFile::remove(destination(i));
   }
 
-  run = std::make_unique<BatchRun>(delegate);
-  run->submitToBackground = [](std::function<void()> work) { work(); };
-  run->settings.outputFolderPath = dir.filePath("out");
+  run = newRun();
   run->settings.outputFormat = 0;
   run->arrayFileAlreadyExists = {destination(count - 1)};
   run->prefetchNextPhoto = false;
@@ -533,9 +536,7 @@ TEST_F(BatchRunTest, DestroyedWhileItsLoopRunsWaitsForNothing) {
   // Whatever the loop finished is whole; nothing half-written is left.
   for (int i = 0; i < 8; ++i) {
     if (QFileInfo::exists(destination(i))) {
-      const vips::VImage image =
-          vips::VImage::new_from_file(QFile::encodeName(destination(i)).data());
-      EXPECT_GT(image.avg(), 0.0);
+      EXPECT_GT(testenv::loadImage(destination(i)).avg(), 0.0);
     }
   }
   EXPECT_TRUE(QDir(dir.filePath("out")).entryList({".quillmere-*"}, QDir::Hidden).isEmpty());

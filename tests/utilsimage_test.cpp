@@ -3,7 +3,7 @@
 #include "imaging/Utils.h"
 #include "platform/JpegLoad.h"
 
-#include "tests/support/TestEnv.h"
+#include "tests/support/Pictures.h"
 
 #include <QDir>
 #include <QFile>
@@ -18,10 +18,6 @@
 using vips::VImage;
 
 namespace {
-
-VImage load(const QString &path) {
-  return VImage::new_from_file(QFile::encodeName(path).constData());
-}
 
 double meanDifference(const VImage &a, const VImage &b);
 
@@ -55,7 +51,7 @@ TEST_P(OrientationTest, LoadedUprightAndRotateWithExifMatchesOrientationOne) {
                            .arg(QString::fromStdString(shape))
                            .arg(orientation);
   const QString path = testenv::copyPhoto(name, dir.path());
-  const VImage reference = load(testenv::photo(
+  const VImage reference = testenv::loadImage(testenv::photo(
       QStringLiteral("jpg/orientation/%1_1.jpg").arg(QString::fromStdString(shape))));
 
   std::optional<VImage> upright = Utils::sharedUtils().getImageWithFixedOrientionFromUrl(path);
@@ -65,7 +61,7 @@ TEST_P(OrientationTest, LoadedUprightAndRotateWithExifMatchesOrientationOne) {
   expectUpright(*upright, reference);
 
   // The stored bitmap turned by the table gives the same picture.
-  const VImage stored = load(path);
+  const VImage stored = testenv::loadImage(path);
   expectUpright(Utils::RotateWithEXIF(stored, orientation), reference);
 
   const QSizeF size = Utils::sharedUtils().getImageOriginalSizeAtFilePathUrl(path);
@@ -82,7 +78,7 @@ INSTANTIATE_TEST_SUITE_P(AllEight, OrientationTest,
                          });
 
 TEST(RotateWithExif, OutsideTheTableUnchanged) {
-  const VImage image = load(testenv::photo("jpg/orientation/landscape_1.jpg"));
+  const VImage image = testenv::loadImage(testenv::photo("jpg/orientation/landscape_1.jpg"));
   for (int o : {-1, 0, 1, 9}) {
     const VImage same = Utils::RotateWithEXIF(image, o);
     EXPECT_EQ(same.width(), image.width());
@@ -94,29 +90,26 @@ TEST(RotateWithExif, OutsideTheTableUnchanged) {
 // or 16-bit RGB for a 16-bit photo.
 TEST(Loader, GreyCmykSixteenBitAndAlphaBecomeRgb) {
   QTemporaryDir dir;
-  const VImage colour = load(testenv::photo("jpg/Canon_40D.jpg"));
-  const QString grey = dir.filePath("grey.jpg");
-  colour.colourspace(VIPS_INTERPRETATION_B_W).jpegsave(QFile::encodeName(grey).data());
-  const QString cmyk = dir.filePath("cmyk.jpg");
-  colour.colourspace(VIPS_INTERPRETATION_CMYK).jpegsave(QFile::encodeName(cmyk).data());
-  const QString sixteen = dir.filePath("sixteen.png");
-  colour.colourspace(VIPS_INTERPRETATION_RGB16).pngsave(QFile::encodeName(sixteen).data());
-  const QString alpha = dir.filePath("alpha.png");
-  colour.bandjoin_const({128}).pngsave(QFile::encodeName(alpha).data());
-  const QString greySixteen = dir.filePath("grey16.tif");
-  colour.colourspace(VIPS_INTERPRETATION_GREY16).tiffsave(QFile::encodeName(greySixteen).data());
-
-  for (const QString &path : {grey, cmyk, sixteen, alpha, greySixteen}) {
-    SCOPED_TRACE(path.toStdString());
+  const VImage colour = testenv::loadImage(testenv::photo("jpg/Canon_40D.jpg"));
+  const std::pair<const char *, VImage> made[] = {
+      {"grey.jpg", colour.colourspace(VIPS_INTERPRETATION_B_W)},
+      {"cmyk.jpg", colour.colourspace(VIPS_INTERPRETATION_CMYK)},
+      {"rgb16.png", colour.colourspace(VIPS_INTERPRETATION_RGB16)},
+      {"alpha.png", colour.bandjoin_const({128})},
+      {"grey16.tif", colour.colourspace(VIPS_INTERPRETATION_GREY16)}};
+  for (const auto &[name, picture] : made) {
+    SCOPED_TRACE(name);
+    const QString path = dir.filePath(name);
+    picture.write_to_file(QFile::encodeName(path).constData());
     std::optional<VImage> image = Utils::sharedUtils().getImageWithFixedOrientionFromUrl(path);
     ASSERT_TRUE(image.has_value());
     EXPECT_EQ(image->width(), colour.width());
     EXPECT_EQ(image->height(), colour.height());
     // 16-bit photos keep their depth, for the formats that can hold it.
-    const bool deep = path == sixteen || path == greySixteen;
+    const bool deep = path.endsWith("16.png") || path.endsWith("16.tif");
     EXPECT_EQ(image->format(), deep ? VIPS_FORMAT_USHORT : VIPS_FORMAT_UCHAR);
     EXPECT_EQ(image->interpretation(), deep ? VIPS_INTERPRETATION_RGB16 : VIPS_INTERPRETATION_sRGB);
-    EXPECT_EQ(image->bands(), path == alpha ? 4 : 3);
+    EXPECT_EQ(image->bands(), path.endsWith("alpha.png") ? 4 : 3);
     // The picture survives the conversion: its brightness stays close to the original's.
     EXPECT_NEAR(image->extract_band(0, VImage::option()->set("n", 3)).avg() / (deep ? 257 : 1),
                 colour.colourspace(VIPS_INTERPRETATION_B_W).avg(), 25.0);
@@ -156,7 +149,7 @@ TEST(Loader, JpegWithoutItsExifBlockLoadsAsTheWholeFile) {
     SCOPED_TRACE(path.toStdString());
     VImage whole;
     try {
-      whole = load(path).autorot();
+      whole = testenv::loadImage(path).autorot();
       whole.avg(); // damaged samples fail here and are left out
     } catch (const vips::VError &) {
       continue;
