@@ -12,7 +12,6 @@
 #include "ui/ThumbnailLoader.h"
 
 #include <QAbstractItemModelTester>
-#include <QCryptographicHash>
 #include <QDateTimeEdit>
 #include <QDir>
 #include <QFile>
@@ -44,32 +43,6 @@ public:
   int next = 0;
 };
 
-// The text chunks (tEXt and zTXt) of a PNG file, by key.
-QHash<QString, QString> pngTextChunks(const QString &path) {
-  QHash<QString, QString> keys;
-  QFile file(path);
-  if (!file.open(QIODevice::ReadOnly))
-    return keys;
-  const QByteArray png = file.readAll();
-  qsizetype at = 8;
-  while (at + 12 <= png.size()) {
-    const quint32 length = (quint32(quint8(png[at])) << 24) | (quint32(quint8(png[at + 1])) << 16) |
-                           (quint32(quint8(png[at + 2])) << 8) | quint32(quint8(png[at + 3]));
-    const QByteArray type = png.mid(at + 4, 4);
-    const QByteArray body = png.mid(at + 8, length);
-    const qsizetype nul = body.indexOf('\0');
-    if (nul > 0 && type == "tEXt") {
-      keys.insert(QString::fromLatin1(body.left(nul)), QString::fromLatin1(body.mid(nul + 1)));
-    } else if (nul > 0 && type == "zTXt") {
-      // zlib data after the compression-method byte; qUncompress wants a size prefix.
-      const QByteArray packed = QByteArray("\x00\x01\x00\x00", 4) + body.mid(nul + 2);
-      keys.insert(QString::fromLatin1(body.left(nul)), QString::fromLatin1(qUncompress(packed)));
-    }
-    at += 12 + length;
-  }
-  return keys;
-}
-
 const QStringList kSamples = {QStringLiteral("jpg/Canon_40D.jpg"),
                               QStringLiteral("jpg/Nikon_D70.jpg"),
                               QStringLiteral("jpg/Kodak_CX7530.jpg")};
@@ -84,15 +57,19 @@ protected:
         screen->batchModel(), QAbstractItemModelTester::FailureReportingMode::Fatal);
     informationTester = std::make_unique<QAbstractItemModelTester>(
         screen->informationModel(), QAbstractItemModelTester::FailureReportingMode::Fatal);
-    screen->resize(1300, 800);
-    screen->show();
-    ASSERT_TRUE(QTest::qWaitForWindowExposed(screen.get()));
-    screen->activateWindow();
-    ASSERT_TRUE(QTest::qWaitForWindowActive(screen.get()));
+    ASSERT_NO_FATAL_FAILURE(showActive(screen.get()));
     screen->setChooser([this](AddPhotosVC::ChooserKind kind) {
       chooserKinds.append(kind);
       return chosen;
     });
+  }
+
+  static void showActive(AddPhotosVC *shown) {
+    shown->resize(1300, 800);
+    shown->show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(shown));
+    shown->activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(shown));
   }
 
   void TearDown() override {
@@ -118,6 +95,11 @@ protected:
   }
 
   QStackedWidget *stack() const { return screen->findChild<QStackedWidget *>(); }
+  // Clicks the name cell of a row in a view of the batch.
+  void clickRow(QAbstractItemView *view, int row) {
+    const QModelIndex cell = screen->batchModel()->index(row, BatchTableModel::NameColumn);
+    QTest::mouseClick(view->viewport(), Qt::LeftButton, {}, view->visualRect(cell).center());
+  }
 
   QTemporaryDir photos;
   AppDelegate delegate;
@@ -174,10 +156,8 @@ TEST_F(AddPhotosScreen, AddFolderShowsCountSummaryAndBothViews) {
 TEST_F(AddPhotosScreen, SelectedPhotoShowsItsInformation) {
   ASSERT_TRUE(runAdd(screen->addFolderButton(), {copySamples()}));
   QTest::mouseClick(screen->viewModeButton(), Qt::LeftButton);
-  QTableView *list = screen->listView();
   const int row = 1;
-  const QModelIndex name = screen->batchModel()->index(row, BatchTableModel::NameColumn);
-  QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, list->visualRect(name).center());
+  clickRow(screen->listView(), row);
   const QString fileName = screen->batchModel()->photoAt(row)->fileName;
   EXPECT_TRUE(QTest::qWaitFor(
       [&] { return screen->informationModel()->value(QStringLiteral("File Name")) == fileName; },
@@ -198,13 +178,10 @@ TEST_F(AddPhotosScreen, SelectedPhotoShowsItsInformation) {
 TEST_F(AddPhotosScreen, RemoveOnePhotoAndAddItAgain) {
   const QString folder = copySamples();
   ASSERT_TRUE(runAdd(screen->addFolderButton(), {folder}));
-  QListView *view = screen->thumbnailView();
-  const QModelIndex first = screen->batchModel()->index(0, BatchTableModel::NameColumn);
   const QString removedPath = screen->batchModel()->photoAt(0)->filePath;
-  QTest::mouseClick(view->viewport(), Qt::LeftButton, {}, view->visualRect(first).center());
-  QTest::keyClick(view, Qt::Key_Delete);
+  clickRow(screen->thumbnailView(), 0);
+  QTest::keyClick(screen->thumbnailView(), Qt::Key_Delete);
   Sheet *sheet = Sheet::current(screen.get());
-
   ASSERT_NE(sheet, nullptr);
   EXPECT_EQ(sheet->title(), QStringLiteral("REMOVE SELECTED PHOTO"));
   EXPECT_EQ(sheet->message(), QStringLiteral("Remove selected photo from Batch?"));
@@ -267,10 +244,8 @@ TEST_F(AddPhotosScreen, MissingPhotosAreMarkedAndCanBeRemoved) {
   QTest::mouseClick(screen->messageOkButton(), Qt::LeftButton);
 
   // Making one current gives the not-available message with its remove button.
-  QListView *view = screen->thumbnailView();
-  const QModelIndex second = screen->batchModel()->index(1, BatchTableModel::NameColumn);
   shown.clear();
-  QTest::mouseClick(view->viewport(), Qt::LeftButton, {}, view->visualRect(second).center());
+  clickRow(screen->thumbnailView(), 1);
   ASSERT_TRUE(shown.count() > 0 || shown.wait(5000));
   EXPECT_EQ(screen->messageTitle(), QStringLiteral("PHOTO NOT AVAILABLE"));
   EXPECT_EQ(screen->messageText(),
@@ -424,38 +399,28 @@ TEST_F(AddPhotosScreen, KeyboardNamesAndGoingOn) {
   EXPECT_EQ(flow.next, 1);
 }
 
-// Thumbnails go to the desktop's shared cache under the MD5 of the file's URI with their URI
-// and modification time, and a second screen takes them from there instead of making them.
+// Thumbnails go to the desktop's shared cache with the file's URI and modification time, as
+// other desktop programs read them, and a second screen takes them from there.
 TEST_F(AddPhotosScreen, SharedThumbnailCacheIsWrittenAndUsed) {
   const QString folder = copySamples();
   ASSERT_TRUE(runAdd(screen->addFolderButton(), {folder}));
   EXPECT_TRUE(QTest::qWaitFor([&] { return screen->thumbnailLoader()->madeCount() == 3; }, 60000))
       << screen->thumbnailLoader()->madeCount();
   const QString photo = delegate.arraySelectedImagesToProcess.at(0)->filePath;
-  const QString large = platform::SharedThumbnailCache::thumbnailPath(
-      photo, platform::SharedThumbnailCache::Size::Large);
-  EXPECT_TRUE(large.startsWith(QDir::homePath() + QStringLiteral("/.cache/thumbnails/large/")));
-  ASSERT_TRUE(QFileInfo::exists(large));
-  const QString uri = QUrl::fromLocalFile(photo).toString(QUrl::FullyEncoded);
-  EXPECT_EQ(
-      QFileInfo(large).fileName(),
-      QString::fromLatin1(QCryptographicHash::hash(uri.toUtf8(), QCryptographicHash::Md5).toHex()) +
-          QStringLiteral(".png"));
-  const QHash<QString, QString> keys = pngTextChunks(large);
-  EXPECT_EQ(keys.value(QStringLiteral("Thumb::URI")), uri);
+  namespace Cache = platform::SharedThumbnailCache;
+  const QImage large(Cache::thumbnailPath(photo, Cache::Size::Large));
+  ASSERT_FALSE(large.isNull());
+  EXPECT_EQ(large.text(QStringLiteral("Thumb::URI")),
+            QUrl::fromLocalFile(photo).toString(QUrl::FullyEncoded));
   struct stat st {};
   ASSERT_EQ(::stat(QFile::encodeName(photo).constData(), &st), 0);
-  EXPECT_EQ(keys.value(QStringLiteral("Thumb::MTime")), QString::number(qint64(st.st_mtime)));
-  EXPECT_EQ(QFileInfo(large).permissions() & (QFile::ReadOther | QFile::ReadGroup), 0);
-  EXPECT_TRUE(QFileInfo::exists(platform::SharedThumbnailCache::thumbnailPath(
-      photo, platform::SharedThumbnailCache::Size::Normal)));
+  EXPECT_EQ(large.text(QStringLiteral("Thumb::MTime")), QString::number(qint64(st.st_mtime)));
+  EXPECT_TRUE(QFileInfo::exists(Cache::thumbnailPath(photo, Cache::Size::Normal)));
 
   AppDelegate other;
   RecordingFlow otherFlow;
   AddPhotosVC second(&other, &otherFlow);
-  second.resize(1300, 800);
-  second.show();
-  ASSERT_TRUE(QTest::qWaitForWindowExposed(&second));
+  ASSERT_NO_FATAL_FAILURE(showActive(&second));
   second.setChooser([&](AddPhotosVC::ChooserKind) { return QStringList{folder}; });
   QSignalSpy finished(&second, &AddPhotosVC::addRunFinished);
   QTest::mouseClick(second.addFolderButton(), Qt::LeftButton);
