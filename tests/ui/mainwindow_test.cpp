@@ -66,14 +66,18 @@ std::shared_ptr<PhotoFile> photoAt(const QString &path) {
 
 class MainWindowTest : public ::testing::Test {
 protected:
+  // The shared delegate as a fresh start would leave it.
+  void resetDelegate() {
+    delegate->arraySelectedImagesToProcess.clear();
+    delegate->isSUBWINDOW_OPENED = delegate->isPHOTOS_PROCESSING_IN_PROGERESS = false;
+    delegate->isPROCESS_SKIPPED_FILES = delegate->isSTART_AS_NEW_BATCH = false;
+    delegate->isPHOTO_DLETED_FROM_DIRECTORY = false;
+    delegate->quitHandler = nullptr;
+    delegate->openURLHandler = nullptr;
+  }
   void SetUp() override {
     delegate = AppDelegate::shared();
-    delegate->arraySelectedImagesToProcess.clear();
-    delegate->isSUBWINDOW_OPENED = false;
-    delegate->isPHOTOS_PROCESSING_IN_PROGERESS = false;
-    delegate->isPROCESS_SKIPPED_FILES = false;
-    delegate->isSTART_AS_NEW_BATCH = false;
-    delegate->isPHOTO_DLETED_FROM_DIRECTORY = false;
+    resetDelegate();
     delegate->quitHandler = [this] { ++quits; };
     log = std::make_unique<NotificationLog>();
     window = std::make_unique<MainWindowController>(delegate);
@@ -86,11 +90,7 @@ protected:
   void TearDown() override {
     window.reset();
     log.reset();
-    delegate->quitHandler = nullptr;
-    delegate->openURLHandler = nullptr;
-    delegate->arraySelectedImagesToProcess.clear();
-    delegate->isSUBWINDOW_OPENED = false;
-    delegate->isPHOTOS_PROCESSING_IN_PROGERESS = false;
+    resetDelegate();
   }
   Sheet *waitForSheet() {
     Sheet *sheet = nullptr;
@@ -127,6 +127,8 @@ TEST_F(MainWindowTest, OpensOnTheAddPhotosScreenSizedToTheScreen) {
   EXPECT_EQ(small.x(), 0);
 }
 
+// The screen buttons, the screens' own buttons and the shortcuts move between the two screens;
+// the button of the screen already shown changes nothing.
 TEST_F(MainWindowTest, ToSetupAndBackPostsInOrder) {
   QTest::mouseClick(window->setupButton(), Qt::LeftButton);
   EXPECT_EQ(log->flow(),
@@ -134,18 +136,22 @@ TEST_F(MainWindowTest, ToSetupAndBackPostsInOrder) {
   EXPECT_EQ(window->Step, 3);
   ASSERT_NE(window->setupScreen(), nullptr);
   EXPECT_EQ(window->viewController(), window->setupScreen());
-  EXPECT_TRUE(window->setupButton()->isChecked());
   QWidget *setup = window->setupScreen();
-
   log->posted.clear();
+  QTest::mouseClick(window->setupButton(), Qt::LeftButton);
+  EXPECT_TRUE(log->flow().isEmpty());
+  EXPECT_TRUE(window->setupButton()->isChecked());
+
   QTest::mouseClick(window->addPhotosButton(), Qt::LeftButton);
   EXPECT_EQ(log->flow(),
             (QStringList{Notifications::SetupViewDisAppear, Notifications::AddPhotosViewAppear}));
   EXPECT_EQ(window->Step, 0);
+  log->posted.clear();
+  QTest::mouseClick(window->addPhotosButton(), Qt::LeftButton);
+  EXPECT_TRUE(log->flow().isEmpty());
   EXPECT_TRUE(window->addPhotosButton()->isChecked());
 
   // The screen's own go-on button tells the settings view where the user came from.
-  log->posted.clear();
   window->btnNextFromAddPhotosVcTapped();
   EXPECT_EQ(log->flow(),
             (QStringList{Notifications::AddPhotosViewDisAppear, Notifications::SetupViewAppear,
@@ -158,27 +164,11 @@ TEST_F(MainWindowTest, ToSetupAndBackPostsInOrder) {
             (QStringList{Notifications::SetupViewDisAppear, Notifications::AddPhotosViewAppear}));
 
   // The keyboard reaches the same buttons.
-  log->posted.clear();
   QTest::keyClick(window->windowHandle(), Qt::Key_2, Qt::ControlModifier);
   // A shortcut animates the click: the button comes up a moment later.
   EXPECT_TRUE(QTest::qWaitFor([this] { return window->Step == 3; }, 5000));
   QTest::keyClick(window->windowHandle(), Qt::Key_1, Qt::ControlModifier);
   EXPECT_TRUE(QTest::qWaitFor([this] { return window->Step == 0; }, 5000));
-}
-
-TEST_F(MainWindowTest, SetupButtonOnTheSetupScreenOnlyStaysPressed) {
-  QTest::mouseClick(window->setupButton(), Qt::LeftButton);
-  log->posted.clear();
-  QTest::mouseClick(window->setupButton(), Qt::LeftButton);
-  EXPECT_TRUE(log->flow().isEmpty());
-  EXPECT_TRUE(window->setupButton()->isChecked());
-  EXPECT_EQ(window->Step, 3);
-  // The add-photos button on its own screen changes nothing either.
-  QTest::mouseClick(window->addPhotosButton(), Qt::LeftButton);
-  log->posted.clear();
-  QTest::mouseClick(window->addPhotosButton(), Qt::LeftButton);
-  EXPECT_TRUE(window->addPhotosButton()->isChecked());
-  EXPECT_EQ(window->Step, 0);
 }
 
 TEST_F(MainWindowTest, CloseDuringARunStopsTheRunAndKeepsTheApplication) {
@@ -230,15 +220,7 @@ TEST_F(MainWindowTest, WithASheetUpTheWindowButtonsDoNothing) {
   EXPECT_FALSE(delegate->isSUBWINDOW_OPENED);
   EXPECT_EQ(window->currentSheet(), nullptr);
   EXPECT_TRUE(window->closeButton()->isEnabled());
-  window->btnZoomWindowTapped();
-  EXPECT_TRUE(window->isFullscreenEnable);
-  EXPECT_FALSE(window->minimizeButton()->isEnabled());
-  window->btnZoomWindowTapped();
-  EXPECT_FALSE(window->isFullscreenEnable);
-  EXPECT_TRUE(window->minimizeButton()->isEnabled());
-}
-
-TEST_F(MainWindowTest, DoubleClickOnTheTitleBarZooms) {
+  // A double click on the title bar zooms, and again restores.
   QTest::mouseDClick(window->titleBar(), Qt::LeftButton, {}, QPoint(200, 20));
   EXPECT_TRUE(window->isFullscreenEnable);
   EXPECT_FALSE(window->minimizeButton()->isEnabled());
@@ -254,33 +236,20 @@ TEST_F(MainWindowTest, DeletedPhotosAlertNamesOneOrMany) {
   const QString gone1 = folder.filePath(QStringLiteral("gone1.jpg"));
   const QString gone2 = folder.filePath(QStringLiteral("gone2.jpg"));
 
-  struct Case {
+  const QString one = QStringLiteral("PHOTO DELETED"), many = QStringLiteral("PHOTOS DELETED");
+  const QString oneText = QStringLiteral("Photo no longer exists in the Source folder!");
+  const QString manyText = QStringLiteral("Photos no longer exists in the Source folder!");
+  const struct Case {
     QStringList batch;
     bool remove;
     int batchAfter;
-    QString title; // empty: no alert
-    QString message;
-  };
-  const QList<Case> cases = {
-      {{gone1},
-       false,
-       1,
-       QStringLiteral("PHOTO DELETED"),
-       QStringLiteral("Photo no longer exists in the Source folder!")},
-      {{gone1, gone2},
-       false,
-       2,
-       QStringLiteral("PHOTOS DELETED"),
-       QStringLiteral("Photos no longer exists in the Source folder!")},
-      // Removed first: the alert counts the batch as it is then.
-      {{gone1, gone2},
-       true,
-       0,
-       QStringLiteral("PHOTO DELETED"),
-       QStringLiteral("Photo no longer exists in the Source folder!")},
-      {{gone1, kept, gone2}, true, 1, {}, {}},
-      {{gone1, kept}, false, 2, {}, {}},
-  };
+    QString title, message; // empty: no alert
+  } cases[] = {{{gone1}, false, 1, one, oneText},
+               {{gone1, gone2}, false, 2, many, manyText},
+               // Removed first: the alert counts the batch as it is then.
+               {{gone1, gone2}, true, 0, one, oneText},
+               {{gone1, kept, gone2}, true, 1, {}, {}},
+               {{gone1, kept}, false, 2, {}, {}}};
   for (const Case &c : cases) {
     SCOPED_TRACE(c.batch.join(QLatin1Char(',')).toStdString());
     delegate->arraySelectedImagesToProcess.clear();
