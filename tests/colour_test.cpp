@@ -13,6 +13,7 @@ using vips::VImage;
 namespace {
 
 const char kP3Photo[] = "heic/IMG_5195.HEIC";
+const auto formatName = [](const auto &info) { return std::string(info.param); };
 
 // The mean difference of two pictures of the same size, in 8-bit levels, once both are
 // averaged over blocks of 16 x 16 pixels: a GIF's dithering evens out, a colour shift stays.
@@ -97,7 +98,7 @@ TEST_P(ProfileKept, OutputCarriesDisplayP3AndTheSourcePixels) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Formats, ProfileKept, ::testing::Values("jpg", "png", "tif", "jp2"),
-                         [](const auto &info) { return std::string(info.param); });
+                         formatName);
 
 // --- Formats without a profile: the colours are brought to sRGB ---
 
@@ -115,8 +116,7 @@ TEST_P(ConvertedToSrgb, MeanColourIsTheSourcesInSrgb) {
   EXPECT_TRUE(platform::MetadataCopy::readColourProfile(output).isEmpty());
 }
 
-INSTANTIATE_TEST_SUITE_P(Formats, ConvertedToSrgb, ::testing::Values("gif", "bmp"),
-                         [](const auto &info) { return std::string(info.param); });
+INSTANTIATE_TEST_SUITE_P(Formats, ConvertedToSrgb, ::testing::Values("gif", "bmp"), formatName);
 
 TEST_F(ColourTest, PdfPagePictureHasAnIccBasedColourSpace) {
   ASSERT_FALSE(testenv::copyPhoto(kP3Photo, in).isEmpty());

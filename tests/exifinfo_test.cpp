@@ -243,6 +243,7 @@ TEST(InfoCommand, PrintsTheTableOfEachFile) {
   EXPECT_TRUE(canon.contains("Exposure Mode\tAuto exposure"));
   EXPECT_TRUE(canon.contains("Lens Model\t---"));
   EXPECT_TRUE(files[1].contains("Image Size\t2566 x 3313"));
+  EXPECT_TRUE(files[1].contains("Camera Model\tiPhone 11 Pro Max"));
 }
 
 TEST(InfoCommand, MissingAndNonImageFilesPrintZeroBytesAndUnknownDatesAndFail) {

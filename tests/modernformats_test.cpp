@@ -18,6 +18,8 @@ using vips::VImage;
 
 namespace {
 
+const auto formatName = [](const auto &info) { return std::string(info.param); };
+
 // The colours as sRGB numbers, through the profile the image carries.
 VImage inSrgb(const VImage &image) {
   return image.icc_transform("srgb", VImage::option()->set("embedded", true)->set("depth", 8));
@@ -132,7 +134,7 @@ TEST_P(ModernOutput, LowerQualityGivesSmallerFile) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Formats, ModernOutput, ::testing::Values("webp", "avif", "heic", "jxl"),
-                         [](const auto &info) { return std::string(info.param); });
+                         formatName);
 
 // Photos in the newer formats as sources: one of each, made from a camera JPEG by the run
 // itself (so each carries its EXIF the way this application writes it).
@@ -179,10 +181,6 @@ TEST_F(ModernInput, InformationTableReadsEachFormat) {
     EXPECT_TRUE(rows.contains("Capture Date\tOct 22, 2008 04:28:39 PM")) << file.toStdString();
     EXPECT_TRUE(rows.contains("Camera Model\tCOOLPIX P6000")) << file.toStdString();
   }
-  // The camera's own HEIC is read too.
-  const testenv::ProcessResult iphone =
-      testenv::runQuillmere({"info", testenv::photo("heic/IMG_5195.HEIC")});
-  EXPECT_TRUE(iphone.out.contains("Camera Model\tiPhone 11 Pro Max")) << iphone.out.toStdString();
 }
 
 TEST_P(ModernInput, EachIsConvertedToTheFormat) {
@@ -213,7 +211,7 @@ TEST_P(ModernInput, EachIsConvertedToTheFormat) {
 INSTANTIATE_TEST_SUITE_P(Formats, ModernInput,
                          ::testing::Values("tif", "bmp", "gif", "jpg", "jpeg", "png", "jp2", "pdf",
                                            "webp", "avif", "heic", "jxl"),
-                         [](const auto &info) { return std::string(info.param); });
+                         formatName);
 
 TEST(ModernFormats, EveryEncoderIsThereOnThisSystem) {
   // Debian 12's libvips 8.14 writes all four (libwebp, libheif with aom and x265, libjxl):

@@ -57,30 +57,24 @@ public:
     QByteArray value; // count items of type, little-endian
   };
 
-  static QByteArray shorts(std::initializer_list<uint16_t> values) {
-    QByteArray b;
-    for (uint16_t v : values)
-      b.append(char(v & 0xff)).append(char(v >> 8));
-    return b;
-  }
-  static QByteArray longs(std::initializer_list<uint32_t> values) {
+  // The values little-endian, each in `bytes` bytes.
+  static QByteArray bytesOf(std::initializer_list<uint32_t> values, int bytes) {
     QByteArray b;
     for (uint32_t v : values)
-      for (int i = 0; i < 4; ++i)
+      for (int i = 0; i < bytes; ++i)
         b.append(char((v >> (8 * i)) & 0xff));
     return b;
   }
-  static Entry shortEntry(uint16_t tag, std::initializer_list<uint16_t> v) {
+  static QByteArray shorts(std::initializer_list<uint32_t> v) { return bytesOf(v, 2); }
+  static QByteArray longs(std::initializer_list<uint32_t> v) { return bytesOf(v, 4); }
+  static Entry shortEntry(uint16_t tag, std::initializer_list<uint32_t> v) {
     return {tag, Short, uint32_t(v.size()), shorts(v)};
   }
   static Entry longEntry(uint16_t tag, std::initializer_list<uint32_t> v) {
     return {tag, Long, uint32_t(v.size()), longs(v)};
   }
-  static Entry byteEntry(uint16_t tag, std::initializer_list<uint8_t> v) {
-    QByteArray b;
-    for (uint8_t x : v)
-      b.append(char(x));
-    return {tag, Byte, uint32_t(v.size()), b};
+  static Entry byteEntry(uint16_t tag, std::initializer_list<uint32_t> v) {
+    return {tag, Byte, uint32_t(v.size()), bytesOf(v, 1)};
   }
   static Entry text(uint16_t tag, const char *v) {
     const QByteArray b = QByteArray(v) + '\0';
