@@ -1,35 +1,21 @@
-#include "app/AppDelegate.h"
 #include "app/NotificationCenter.h"
 #include "app/Notifications.h"
-#include "intake/PhotoFile.h"
 #include "processing/BatchRun.h"
 #include "rename/BatchRenameSetting.h"
-#include "rename/OutputOptionSettings.h"
-#include "rename/OutputPhotoPath.h"
 #include "tests/support/SetupScreenFixture.h"
 #include "tests/support/TestEnv.h"
-#include "ui/ConvertFormatOrRenameView.h"
-#include "ui/PreviewTableModel.h"
-#include "ui/ScreenFlowDelegate.h"
-#include "ui/SetupVC.h"
 #include "ui/Sheet.h"
 
 #include <QAbstractItemModelTester>
 #include <QCheckBox>
-#include <QComboBox>
-#include <QDir>
 #include <QGroupBox>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QRadioButton>
 #include <QSemaphore>
-#include <QSignalSpy>
 #include <QSlider>
 #include <QTableView>
-#include <QTest>
-#include <QThread>
-#include <gtest/gtest.h>
 
 namespace {
 
@@ -135,14 +121,11 @@ TEST_F(SetupScreen, RulesChangeThePreviewAndControlsKeepTheirLimits) {
 
   // Integer fields: four characters at most, digits with a sign.
   auto *position = find<QLineEdit>("insertPositionField");
-  QTest::keyClicks(position, "12345");
-  EXPECT_EQ(position->text(), QStringLiteral("1234"));
-  position->clear();
-  QTest::keyClicks(position, "1a");
-  EXPECT_EQ(position->text(), QStringLiteral("1"));
-  position->clear();
-  QTest::keyClicks(position, "-1");
-  EXPECT_EQ(position->text(), QStringLiteral("-1"));
+  for (const auto &[typed, kept] : {std::pair{"12345", "1234"}, {"1a", "1"}, {"-1", "-1"}}) {
+    position->clear();
+    QTest::keyClicks(position, typed);
+    EXPECT_EQ(position->text(), QString::fromLatin1(kept)) << typed;
+  }
   EXPECT_EQ(view()->editor().integerValue(RenameIntegerField::InsertPosition), -1);
   settle();
 
@@ -239,17 +222,33 @@ TEST_F(SetupScreen, TakenDateStampFollowsAReplacedFile) {
   EXPECT_TRUE(newPath(0).contains(QStringLiteral("30-05-2008"))) << qPrintable(newPath(0));
 }
 
-TEST_F(SetupScreen, DuplicatesShowAsErrorsAndTheFilterListsThem) {
+// Start is refused for a blank name and for a batch without a good photo; duplicate names show
+// as errors the filter lists; a batch with one good photo asks before it starts.
+TEST_F(SetupScreen, DuplicatesShowAsErrorsAndStartIsRefusedWithoutAGoodPhoto) {
   open(3);
   QAbstractItemModelTester proxyTester(view()->previewProxy(),
                                        QAbstractItemModelTester::FailureReportingMode::Fatal);
   modifyNames();
   check(find<QGroupBox>("ruleReplaceFilename"));
+  find<QLineEdit>("newNameField")->clear();
+  settle();
+  QTest::mouseClick(find<QPushButton>("startButton"), Qt::LeftButton);
+  ASSERT_NE(screen->currentSheet(), nullptr);
+  EXPECT_EQ(screen->currentSheet()->message(),
+            QStringLiteral("Filename cannot be blank. Please enter the filename with which you "
+                           "wish to replace the original name."));
+  pressSheetButton(QStringLiteral("OK"));
+
   QTest::keyClicks(find<QLineEdit>("newNameField"), "Same");
   settle();
   auto *errors = find<QPushButton>("filterErrorsButton");
   EXPECT_EQ(errors->text(), QStringLiteral("ERRORS: 3"));
   EXPECT_EQ(find<QPushButton>("filterWarningsButton")->text(), QStringLiteral("WARNINGS: 0"));
+  QTest::mouseClick(find<QPushButton>("startButton"), Qt::LeftButton);
+  ASSERT_NE(screen->currentSheet(), nullptr);
+  EXPECT_EQ(screen->currentSheet()->title(), QStringLiteral("ERROR/WARNING"));
+  pressSheetButton(QStringLiteral("OK"));
+  EXPECT_EQ(screen->currentPage(), SetupVC::SettingsPage);
 
   // Two duplicates and one photo whose extension differs.
   QFile::rename(src + "/IMG_102.jpg", src + "/IMG_102.jpeg");
@@ -270,29 +269,6 @@ TEST_F(SetupScreen, DuplicatesShowAsErrorsAndTheFilterListsThem) {
   ASSERT_NE(screen->currentSheet(), nullptr);
   EXPECT_EQ(screen->currentSheet()->title(), QStringLiteral("START THE BATCH?"));
   pressSheetButton(QStringLiteral("Cancel"));
-  EXPECT_EQ(screen->currentPage(), SetupVC::SettingsPage);
-  EXPECT_FALSE(delegate.isSUBWINDOW_OPENED);
-}
-
-TEST_F(SetupScreen, StartIsRefusedForABlankNameAndForABatchWithoutAGoodPhoto) {
-  open(2);
-  modifyNames();
-  check(find<QGroupBox>("ruleReplaceFilename"));
-  find<QLineEdit>("newNameField")->clear();
-  settle();
-  QTest::mouseClick(find<QPushButton>("startButton"), Qt::LeftButton);
-  ASSERT_NE(screen->currentSheet(), nullptr);
-  EXPECT_EQ(screen->currentSheet()->message(),
-            QStringLiteral("Filename cannot be blank. Please enter the filename with which you "
-                           "wish to replace the original name."));
-  pressSheetButton(QStringLiteral("OK"));
-
-  QTest::keyClicks(find<QLineEdit>("newNameField"), "Same");
-  settle();
-  QTest::mouseClick(find<QPushButton>("startButton"), Qt::LeftButton);
-  ASSERT_NE(screen->currentSheet(), nullptr);
-  EXPECT_EQ(screen->currentSheet()->title(), QStringLiteral("ERROR/WARNING"));
-  pressSheetButton(QStringLiteral("OK"));
   EXPECT_EQ(screen->currentPage(), SetupVC::SettingsPage);
   EXPECT_FALSE(delegate.isSUBWINDOW_OPENED);
 }
