@@ -38,11 +38,11 @@ const QStringList kNoPhotos = {"NO PHOTOS TO ADD: There are no new photos to add
 const QStringList kOneRefused = {"FILES CANNOT BE ADDED: File cannot be added. They are either "
                                  "damaged or not supported by application."};
 
-// Keeps its own copy of the batch, changed only by the insertion and removal notices, as a
-// table model would. Every notice, every other listener call and every check() must find the
-// batch equal to that copy (outside a notice pair) and come on the owner's thread; anything
-// else is a fault, noted in faults.
-struct ModelMirror : AddPhotosListener {
+// Records what the screen would show, in order, and keeps its own copy of the batch, changed
+// only by the insertion and removal notices, as a table model would. Every notice, every other
+// listener call and every check() must find the batch equal to that copy (outside a notice pair)
+// and come on the owner's thread; anything else is a fault, noted in faults.
+struct Recorder : AddPhotosListener {
   const PhotoIntake::Batch *batch = nullptr;
   PhotoIntake::Batch rows;
   std::thread::id owner = std::this_thread::get_id();
@@ -50,6 +50,13 @@ struct ModelMirror : AddPhotosListener {
   QList<QPair<qsizetype, qsizetype>> inserts, removals;
   enum class Open { None, Insert, Remove } open = Open::None;
   qsizetype openFirst = 0, openCount = 0;
+  QList<AddPhotosMessage> messages;
+  QList<AddPhotosProgress> progress;
+  QStringList unreadableFolders;
+  int willAdd = 0, ended = 0, finished = 0, panels = 0, examined = 0;
+  bool lastShowProgressPanel = false;
+  std::function<void(const AddPhotosProgress &)> onProgress;
+  std::function<void()> onWillAdd;
 
   void watch(const PhotoIntake::Batch *b) {
     batch = b;
@@ -69,10 +76,7 @@ struct ModelMirror : AddPhotosListener {
   void addPhotosWillInsert(qsizetype first, qsizetype count) override {
     check("will insert");
     if (open != Open::None || first != rows.size() || count <= 0)
-      fault(QStringLiteral("bad insert notice %1+%2 over %3 rows")
-                .arg(first)
-                .arg(count)
-                .arg(rows.size()));
+      fault(QStringLiteral("bad insert %1+%2 of %3").arg(first).arg(count).arg(rows.size()));
     open = Open::Insert;
     openFirst = first;
     openCount = count;
@@ -89,10 +93,7 @@ struct ModelMirror : AddPhotosListener {
   void addPhotosWillRemove(qsizetype first, qsizetype count) override {
     check("will remove");
     if (open != Open::None || first < 0 || count <= 0 || first + count > rows.size())
-      fault(QStringLiteral("bad removal notice %1+%2 over %3 rows")
-                .arg(first)
-                .arg(count)
-                .arg(rows.size()));
+      fault(QStringLiteral("bad removal %1+%2 of %3").arg(first).arg(count).arg(rows.size()));
     open = Open::Remove;
     openFirst = first;
     openCount = count;
@@ -101,24 +102,12 @@ struct ModelMirror : AddPhotosListener {
     PhotoIntake::Batch expected = rows;
     expected.remove(openFirst, openCount);
     if (open != Open::Remove || *batch != expected)
-      fault(QStringLiteral("removal of %1+%2 not as announced").arg(openFirst).arg(openCount));
+      fault(QStringLiteral("removal %1+%2 not as announced").arg(openFirst).arg(openCount));
     rows = *batch;
     removals.append({openFirst, openCount});
     open = Open::None;
     check("did remove");
   }
-};
-
-// Records what the screen would show, in order.
-struct Recorder : ModelMirror {
-  QList<AddPhotosMessage> messages;
-  QList<AddPhotosProgress> progress;
-  QStringList unreadableFolders;
-  int willAdd = 0, ended = 0, finished = 0, panels = 0, examined = 0;
-  bool lastShowProgressPanel = false;
-  std::function<void(const AddPhotosProgress &)> onProgress;
-  std::function<void()> onWillAdd;
-
   void addPhotosMessage(const AddPhotosMessage &m) override {
     check("message");
     messages.append(m);
@@ -738,13 +727,12 @@ TEST_F(AddRun, LargeAddComesInOrderInSmallChunksWhileTheOwnerStaysResponsive) {
   // and makes the calls a window makes meanwhile, which must neither wait nor change the batch.
   QElapsedTimer sinceTick;
   qint64 longestGap = 0;
-  int ticks = 0, ticksBetweenInserts = 0;
+  int ticksBetweenInserts = 0;
   qsizetype insertsAtLastTick = 0;
   QTimer timer;
   timer.setInterval(2);
   QObject::connect(&timer, &QTimer::timeout, [&] {
     longestGap = std::max(longestGap, sinceTick.restart());
-    ++ticks;
     if (seen.inserts.size() > insertsAtLastTick && insertsAtLastTick > 0)
       ++ticksBetweenInserts;
     insertsAtLastTick = seen.inserts.size();
@@ -784,11 +772,9 @@ TEST_F(AddRun, LargeAddComesInOrderInSmallChunksWhileTheOwnerStaysResponsive) {
   }
   EXPECT_EQ(total, expected.size());
   EXPECT_LE(largest, 8);
-  EXPECT_GE(seen.inserts.size(), expected.size() / 8);
   // The owner's loop ran between the chunks; no tick waited anywhere near a second (the run
   // itself takes far longer under the sanitizers).
   EXPECT_GT(ticksBetweenInserts, 0);
-  EXPECT_GT(ticks, 0);
   EXPECT_LT(longestGap, 1000);
   EXPECT_EQ(seen.finished, 1);
 }
