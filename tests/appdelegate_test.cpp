@@ -321,8 +321,11 @@ protected:
   int alertAnswer = AppDelegate::AlertFirstButtonReturn;
 };
 
-// The answers are inverted: "Quit anyway" keeps the application running, "Cancel" quits.
+// The answers are inverted: "Quit anyway" keeps the application running, "Cancel" quits; closing
+// the window asks the same way, and pending edits that cannot be committed cancel unasked.
 TEST_F(QuitWithUnsavedChanges, QuitAnywayKeepsRunningAndCancelQuits) {
+  int quits = 0;
+  delegate.quitHandler = [&] { ++quits; };
   alertAnswer = AppDelegate::AlertFirstButtonReturn;
   EXPECT_EQ(delegate.applicationShouldTerminate(), AppDelegate::TerminateCancel);
   ASSERT_EQ(presented.size(), 1);
@@ -334,16 +337,31 @@ TEST_F(QuitWithUnsavedChanges, QuitAnywayKeepsRunningAndCancelQuits) {
                            "successful save"));
   EXPECT_EQ(alerts[0].buttonTitles, QStringList({"Quit anyway", "Cancel"}));
   EXPECT_TRUE(delegate.managedObjectContext()->hasChanges());
+  delegate.handleWindowClose_Main(nullptr);
+  EXPECT_EQ(quits, 0);
 
   alertAnswer = AppDelegate::AlertSecondButtonReturn;
   EXPECT_EQ(delegate.applicationShouldTerminate(), AppDelegate::TerminateNow);
-  EXPECT_EQ(alerts.size(), 2);
+  EXPECT_EQ(alerts.size(), 3);
+  delegate.terminate();
+  EXPECT_EQ(quits, 1);
+  delegate.btnQuitApp(); // the quit button does not ask
+  EXPECT_EQ(quits, 2);
+  EXPECT_EQ(alerts.size(), 4);
 
   // Recovering from the error cancels without asking.
   recoverFromError = true;
   EXPECT_EQ(delegate.applicationShouldTerminate(), AppDelegate::TerminateCancel);
-  EXPECT_EQ(presented.size(), 3);
-  EXPECT_EQ(alerts.size(), 2);
+  EXPECT_EQ(presented.size(), 5);
+  EXPECT_EQ(alerts.size(), 4);
+
+  delegate.managedObjectContext()->commitEditingHandler = [] { return false; };
+  EXPECT_EQ(delegate.applicationShouldTerminate(), AppDelegate::TerminateCancel);
+  EXPECT_EQ(presented.size(), 5); // not presented: the edits never reached the save
+  EXPECT_EQ(alerts.size(), 4);
+  EXPECT_TRUE(loggedLines().contains(
+      QStringLiteral("AppDelegate:applicationShouldTerminate unable to commit editing to "
+                     "terminate")));
 }
 
 TEST_F(QuitWithUnsavedChanges, SaveActionPresentsTheFailure) {
@@ -355,15 +373,6 @@ TEST_F(QuitWithUnsavedChanges, SaveActionPresentsTheFailure) {
   EXPECT_TRUE(delegate.saveAction());
   EXPECT_EQ(delegate.applicationShouldTerminate(), AppDelegate::TerminateNow);
   EXPECT_TRUE(alerts.isEmpty());
-}
-
-TEST_F(QuitWithUnsavedChanges, PendingEditsThatCannotBeCommittedCancel) {
-  delegate.managedObjectContext()->commitEditingHandler = [] { return false; };
-  EXPECT_EQ(delegate.applicationShouldTerminate(), AppDelegate::TerminateCancel);
-  EXPECT_TRUE(presented.isEmpty());
-  EXPECT_TRUE(loggedLines().contains(
-      QStringLiteral("AppDelegate:applicationShouldTerminate unable to commit editing to "
-                     "terminate")));
 }
 
 TEST_F(AppDelegateTest, QuitDecisionWithoutTroubleIsNow) {
@@ -395,20 +404,6 @@ TEST_F(AppDelegateTest, ClosingTheMainWindowAsksToQuit) {
   EXPECT_EQ(quits, 3);
   EXPECT_TRUE(loggedLines().contains(QStringLiteral("closing Window Class AppDelegate")));
   EXPECT_TRUE(loggedLines().contains(QStringLiteral("closing Window Class (null)")));
-}
-
-TEST_F(QuitWithUnsavedChanges, ClosingTheWindowDoesNotQuitWhenQuitAnywayIsPressed) {
-  int quits = 0;
-  delegate.quitHandler = [&] { ++quits; };
-  alertAnswer = AppDelegate::AlertFirstButtonReturn;
-  delegate.handleWindowClose_Main(nullptr);
-  EXPECT_EQ(quits, 0);
-  alertAnswer = AppDelegate::AlertSecondButtonReturn;
-  delegate.terminate();
-  EXPECT_EQ(quits, 1);
-  // The quit button does not ask.
-  delegate.btnQuitApp();
-  EXPECT_EQ(quits, 2);
 }
 
 } // namespace
