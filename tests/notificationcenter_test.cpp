@@ -10,7 +10,7 @@
 
 namespace {
 
-const QString kName = QStringLiteral("notificationTest");
+const QString kName = "notificationTest";
 
 } // namespace
 
@@ -20,24 +20,20 @@ TEST(NotificationCenter, DeliversSynchronouslyInRegistrationOrderWithUserInfo) {
   QStringList calls;
   QVariantMap received;
   center.addObserver(&second, kName, [&](const QVariantMap &info) {
-    calls << QStringLiteral("second");
+    calls << "second";
     received = info;
   });
-  center.addObserver(&first, kName, [&](const QVariantMap &) { calls << QStringLiteral("first"); });
-  center.addObserver(&second, kName,
-                     [&](const QVariantMap &) { calls << QStringLiteral("again"); });
-  center.addObserver(&first, QStringLiteral("other"),
-                     [&](const QVariantMap &) { calls << QStringLiteral("other"); });
+  center.addObserver(&first, kName, [&](const QVariantMap &) { calls << "first"; });
+  center.addObserver(&second, kName, [&](const QVariantMap &) { calls << "again"; });
+  center.addObserver(&first, "other", [&](const QVariantMap &) { calls << "other"; });
 
-  center.post(kName, {{Notifications::PathsKey, QStringList{QStringLiteral("/a.jpg")}}});
+  center.post(kName, {{Notifications::PathsKey, QStringList{"/a.jpg"}}});
   // Every handler has run by the time post returns, in the order of registration.
-  EXPECT_EQ(calls, (QStringList{QStringLiteral("second"), QStringLiteral("first"),
-                                QStringLiteral("again")}));
-  EXPECT_EQ(received.value(Notifications::PathsKey).toStringList(),
-            QStringList{QStringLiteral("/a.jpg")});
+  EXPECT_EQ(calls, (QStringList{"second", "first", "again"}));
+  EXPECT_EQ(received.value(Notifications::PathsKey).toStringList(), QStringList{"/a.jpg"});
 
   calls.clear();
-  center.post(QStringLiteral("nobody"));
+  center.post("nobody");
   EXPECT_TRUE(calls.isEmpty());
 }
 
@@ -47,16 +43,15 @@ TEST(NotificationCenter, ObserversGoWhenRemovedOrDestroyed) {
   auto observer = std::make_unique<QObject>();
   QObject kept;
   center.addObserver(observer.get(), kName, [&](const QVariantMap &) { ++calls; });
-  center.addObserver(observer.get(), QStringLiteral("other"),
-                     [&](const QVariantMap &) { ++calls; });
+  center.addObserver(observer.get(), "other", [&](const QVariantMap &) { ++calls; });
   center.addObserver(&kept, kName, [&](const QVariantMap &) { calls += 10; });
   EXPECT_EQ(center.observerCount(kName), 2);
 
   observer.reset(); // every registration of a destroyed object goes with it
   EXPECT_EQ(center.observerCount(kName), 1);
-  EXPECT_EQ(center.observerCount(QStringLiteral("other")), 0);
+  EXPECT_EQ(center.observerCount("other"), 0);
   center.post(kName);
-  center.post(QStringLiteral("other"));
+  center.post("other");
   EXPECT_EQ(calls, 10);
 
   center.removeObserver(&kept);
@@ -74,24 +69,21 @@ TEST(NotificationCenter, HandlersMayChangeTheRegistrationsWhileBeingDelivered) {
   auto later = std::make_unique<QObject>();
   QObject first, nested;
   center.addObserver(&first, kName, [&](const QVariantMap &) {
-    calls << QStringLiteral("first");
+    calls << "first";
     later.reset(); // destroys an observer still waiting for this same post
-    center.addObserver(&nested, kName,
-                       [&](const QVariantMap &) { calls << QStringLiteral("new"); });
-    center.post(QStringLiteral("inner"));
+    center.addObserver(&nested, kName, [&](const QVariantMap &) { calls << "new"; });
+    center.post("inner");
   });
-  center.addObserver(later.get(), kName,
-                     [&](const QVariantMap &) { calls << QStringLiteral("gone"); });
-  center.addObserver(&nested, QStringLiteral("inner"),
-                     [&](const QVariantMap &) { calls << QStringLiteral("inner"); });
+  center.addObserver(later.get(), kName, [&](const QVariantMap &) { calls << "gone"; });
+  center.addObserver(&nested, "inner", [&](const QVariantMap &) { calls << "inner"; });
 
   center.post(kName);
   // The destroyed observer is not called; one added during the post waits for the next one.
-  EXPECT_EQ(calls, (QStringList{QStringLiteral("first"), QStringLiteral("inner")}));
+  EXPECT_EQ(calls, (QStringList{"first", "inner"}));
   calls.clear();
   center.removeObserver(&first);
   center.post(kName);
-  EXPECT_EQ(calls, QStringList{QStringLiteral("new")});
+  EXPECT_EQ(calls, QStringList{"new"});
 }
 
 TEST(NotificationCenter, DeliveredOnThePostingThread) {

@@ -91,18 +91,14 @@ protected:
   }
 };
 
-TEST_F(PreferencesTest, StoreLivesUnderConfigOfHome) {
-  EXPECT_EQ(Preferences::filePath(),
-            QDir::cleanPath(qEnvironmentVariable("HOME")) + "/.config/Quillmere/Quillmere.ini");
-  Preferences::setValue("isFirstTimeLaunch", QStringLiteral("yes"));
-  QFile file(Preferences::filePath());
-  ASSERT_TRUE(file.open(QIODevice::ReadOnly)); // flushed at once
-  EXPECT_TRUE(file.readAll().contains("isFirstTimeLaunch=yes"));
-}
-
+// Values come back with their types from the store under the config folder of HOME.
 TEST_F(PreferencesTest, RoundTripOfValues) {
   const QByteArray archive("\x00\x01\x02\xff\n[General]\nx=1", 18);
   Preferences::setValue("isFirstTimeLaunch", QStringLiteral("yes"));
+  EXPECT_EQ(Preferences::filePath(),
+            QDir::cleanPath(qEnvironmentVariable("HOME")) + "/.config/Quillmere/Quillmere.ini");
+  EXPECT_TRUE(testenv::readFile(Preferences::filePath()).contains("isFirstTimeLaunch=yes"))
+      << "written at once";
   Preferences::setValue("appOpenedCount", 7);
   Preferences::setValue("notShowPromotionWindow", true);
   Preferences::setValue("BATCH_RENAME_SETTING_OBJECT", archive);
