@@ -37,8 +37,6 @@ TEST_F(PhotoRecord, NamesPathsAndFileFacts) {
   EXPECT_EQ(photo->fileSizeInBytes, 2241);
   EXPECT_EQ(photo->fileSizeAsString, "2.24 KB");
   EXPECT_TRUE(photo->fileModifiedDate.isValid());
-  EXPECT_FALSE(photo->isIphotosNode);
-  EXPECT_TRUE(PhotoFile::initWithFileUrl(file, true)->isIphotosNode);
 }
 
 // The sample pictures are stored 600 x 450 (landscape) with each EXIF orientation.
