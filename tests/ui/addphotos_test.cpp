@@ -12,6 +12,7 @@
 #include "ui/ThumbnailLoader.h"
 
 #include <QAbstractItemModelTester>
+#include <QAccessible>
 #include <QDateTimeEdit>
 #include <QDir>
 #include <QFile>
@@ -385,12 +386,8 @@ TEST_F(AddPhotosScreen, KeyboardNamesAndGoingOn) {
       continue;
     if (w->focusPolicy() == Qt::NoFocus)
       continue;
-    const QString name =
-        w->accessibleName().isEmpty()
-            ? (qobject_cast<QAbstractButton *>(w) ? qobject_cast<QAbstractButton *>(w)->text()
-                                                  : QString())
-            : w->accessibleName();
-    EXPECT_FALSE(name.isEmpty() && w->toolTip().isEmpty())
+    const QString name = QAccessible::queryAccessibleInterface(w)->text(QAccessible::Name);
+    EXPECT_FALSE(name.trimmed().isEmpty() && w->toolTip().isEmpty())
         << w->metaObject()->className() << " " << w->objectName().toStdString();
   }
   EXPECT_EQ(screen->libraryButton()->toolTip(),

@@ -56,14 +56,6 @@ public:
   QVariantMap lastInfo;
 };
 
-std::shared_ptr<PhotoFile> photoAt(const QString &path) {
-  auto photo = std::make_shared<PhotoFile>();
-  photo->filePath = path;
-  photo->fileURL = path;
-  photo->fileName = QFileInfo(path).fileName();
-  return photo;
-}
-
 class MainWindowTest : public ::testing::Test {
 protected:
   // The shared delegate as a fresh start would leave it.
@@ -191,7 +183,8 @@ TEST_F(MainWindowTest, CloseDuringARunStopsTheRunAndKeepsTheApplication) {
 }
 
 TEST_F(MainWindowTest, WithASheetUpTheWindowButtonsDoNothing) {
-  delegate->arraySelectedImagesToProcess = {photoAt(QStringLiteral("/nonexistent/a.jpg"))};
+  delegate->arraySelectedImagesToProcess = {
+      PhotoFile::initWithFileUrl("/nonexistent/a.jpg", false)};
   window->checkForDeletedPhotosInSourceFolder(false);
   Sheet *sheet = waitForSheet();
   ASSERT_NE(sheet, nullptr);
@@ -254,7 +247,7 @@ TEST_F(MainWindowTest, DeletedPhotosAlertNamesOneOrMany) {
     SCOPED_TRACE(c.batch.join(QLatin1Char(',')).toStdString());
     delegate->arraySelectedImagesToProcess.clear();
     for (const QString &path : c.batch)
-      delegate->arraySelectedImagesToProcess << photoAt(path);
+      delegate->arraySelectedImagesToProcess << PhotoFile::initWithFileUrl(path, false);
     window->checkForDeletedPhotosInSourceFolder(c.remove);
     EXPECT_EQ(delegate->arraySelectedImagesToProcess.size(), c.batchAfter);
     if (c.remove && c.batchAfter == 1) {
@@ -332,8 +325,8 @@ TEST_F(MainWindowTest, QuitAlertIsASheetAnsweredByButtonPosition) {
 
 TEST_F(MainWindowTest, SkippedPhotosAndNewBatchGoBackToAddingPhotos) {
   QTest::mouseClick(window->setupButton(), Qt::LeftButton);
-  const QList<std::shared_ptr<PhotoFile>> skipped = {photoAt(QStringLiteral("/p/1.jpg")),
-                                                     photoAt(QStringLiteral("/p/2.jpg"))};
+  const QList<std::shared_ptr<PhotoFile>> skipped = {PhotoFile::initWithFileUrl("/p/1.jpg", false),
+                                                     PhotoFile::initWithFileUrl("/p/2.jpg", false)};
   log->posted.clear();
   window->btnProcessSkippedFromSetupVCTapped(skipped);
   EXPECT_EQ(delegate->arraySelectedImagesToProcess, skipped);

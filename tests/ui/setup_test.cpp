@@ -22,16 +22,13 @@ namespace {
 const char *kSmall = "jpg/Fujifilm_FinePix_E500.jpg";
 
 struct RecordingFlow : ScreenFlowDelegate {
-  int backs = 0;
   int newBatches = 0;
   QList<std::shared_ptr<PhotoFile>> skipped;
-  bool skippedCalled = false;
   void btnNextFromAddPhotosVcTapped() override {}
-  void btnBackFromSetupVCTapped() override { ++backs; }
+  void btnBackFromSetupVCTapped() override {}
   void btnStartNewBatchFromSetupVCTapped() override { ++newBatches; }
   void btnProcessSkippedFromSetupVCTapped(const QList<std::shared_ptr<PhotoFile>> &p) override {
     skipped = p;
-    skippedCalled = true;
   }
   void checkForDeletedPhotosInSourceFolder(bool) override {}
 };
@@ -393,7 +390,6 @@ TEST_F(SetupScreen, RunStopNoThenYesSummaryAndSkippedPhotosSentBack) {
   QTest::mouseClick(screen->outputFolderButton(), Qt::LeftButton);
   EXPECT_EQ(opened, QStringList{out});
   QTest::mouseClick(screen->processSkippedButton(), Qt::LeftButton);
-  ASSERT_TRUE(flow.skippedCalled);
   ASSERT_EQ(flow.skipped.size(), 8 - processed);
   EXPECT_EQ(flow.skipped.first()->filePath,
             src + QStringLiteral("/IMG_%1.jpg").arg(100 + processed));
