@@ -673,11 +673,6 @@ TEST_F(AddRun, MissingPhotosMarkedThenRemoved) {
             QStringList{"PHOTO DELETED: Photo no longer exists in the Source folder!"});
 }
 
-QStringList diagnostics;
-void captureDiagnostic(QtMsgType, const QMessageLogContext &, const QString &text) {
-  diagnostics.append(text);
-}
-
 TEST_F(AddRun, ConsoleLinesAndDiagnosticLines) {
   const QString a = photo("a.jpg");
   photo("Family.photoslibrary/x.jpg");
@@ -685,8 +680,10 @@ TEST_F(AddRun, ConsoleLinesAndDiagnosticLines) {
   QStringList lines;
   AddPhotosConsole console([&](const QString &line) { lines.append(line); });
   engine.setListener(&console);
+  static QStringList diagnostics;
   diagnostics.clear();
-  const QtMessageHandler previous = qInstallMessageHandler(captureDiagnostic);
+  const QtMessageHandler previous = qInstallMessageHandler(
+      [](QtMsgType, const QMessageLogContext &, const QString &text) { diagnostics.append(text); });
   engine.btnAddPhotosTappedWithIndex(1, {path("Family.photoslibrary"), a});
   engine.waitForFinished();
   qInstallMessageHandler(previous);
