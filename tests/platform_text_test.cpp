@@ -29,25 +29,25 @@ protected:
 
 TEST_F(DateFormatTest, WeekBasedYearFollowsTheLocaleWeeks) {
   // en_US weeks start on Sunday and week 1 holds January 1st.
-  EXPECT_EQ(DateFormat::format(utc(2024, 12, 30, 12), QStringLiteral("YYYY")), "2025");
-  EXPECT_EQ(DateFormat::format(utc(2024, 12, 30, 12), QStringLiteral("yyyy")), "2024");
+  EXPECT_EQ(DateFormat::format(utc(2024, 12, 30, 12), "YYYY"), "2025");
+  EXPECT_EQ(DateFormat::format(utc(2024, 12, 30, 12), "yyyy"), "2024");
 }
 
 TEST_F(DateFormatTest, TwelveHourClockAndUnpaddedFields) {
   const QDateTime date = utc(2024, 3, 14, 15, 4, 5);
-  EXPECT_EQ(DateFormat::format(date, QStringLiteral("hh:mm:s a")), "03:04:5 PM");
-  EXPECT_EQ(DateFormat::format(date, QStringLiteral("yyyy-MM-dd HH.mm.ss")), "2024-03-14 15.04.05");
-  EXPECT_EQ(DateFormat::format(utc(2024, 3, 14, 0, 0, 0), QStringLiteral("h a")), "12 AM");
+  EXPECT_EQ(DateFormat::format(date, "hh:mm:s a"), "03:04:5 PM");
+  EXPECT_EQ(DateFormat::format(date, "yyyy-MM-dd HH.mm.ss"), "2024-03-14 15.04.05");
+  EXPECT_EQ(DateFormat::format(utc(2024, 3, 14, 0, 0, 0), "h a"), "12 AM");
 }
 
 TEST_F(DateFormatTest, ParsesWholeTextOnlyAndInvalidInputGivesEmptyText) {
-  const QString pattern = QStringLiteral("yyyy:MM:dd HH:mm:ss");
-  const QDateTime parsed = DateFormat::parse(QStringLiteral("2024:03:14 21:05:07"), pattern);
+  const QString pattern = "yyyy:MM:dd HH:mm:ss";
+  const QDateTime parsed = DateFormat::parse("2024:03:14 21:05:07", pattern);
   ASSERT_TRUE(parsed.isValid());
   EXPECT_EQ(parsed.toUTC(), utc(2024, 3, 14, 21, 5, 7));
 
-  EXPECT_FALSE(DateFormat::parse(QStringLiteral("2024:03:14"), pattern).isValid());
-  EXPECT_FALSE(DateFormat::parse(QStringLiteral("2024:03:14 21:05:07 extra"), pattern).isValid());
+  EXPECT_FALSE(DateFormat::parse("2024:03:14", pattern).isValid());
+  EXPECT_FALSE(DateFormat::parse("2024:03:14 21:05:07 extra", pattern).isValid());
   EXPECT_FALSE(DateFormat::parse(QString(), pattern).isValid());
   EXPECT_EQ(DateFormat::format(QDateTime(), pattern), "");
   EXPECT_EQ(DateFormat::format(utc(2024, 1, 1), QString()), "");
@@ -55,15 +55,15 @@ TEST_F(DateFormatTest, ParsesWholeTextOnlyAndInvalidInputGivesEmptyText) {
 
 TEST_F(DateFormatTest, FollowsTheTimeZoneOfTheMoment) {
   const QDateTime instant = utc(2024, 7, 1, 12, 0, 0);
-  const QString pattern = QStringLiteral("yyyy-MM-dd HH:mm");
+  const QString pattern = "yyyy-MM-dd HH:mm";
   EXPECT_EQ(DateFormat::format(instant, pattern), "2024-07-01 12:00");
 
   testenv::setTimeZone("America/New_York");
   EXPECT_EQ(DateFormat::format(instant, pattern), "2024-07-01 08:00");
-  EXPECT_EQ(DateFormat::parse(QStringLiteral("2024-07-01 08:00"), pattern).toUTC(), instant);
+  EXPECT_EQ(DateFormat::parse("2024-07-01 08:00", pattern).toUTC(), instant);
 
   testenv::setTimeZone("Asia/Tokyo");
-  EXPECT_EQ(DateFormat::format(utc(2024, 12, 31, 20), QStringLiteral("yyyy")), "2025");
+  EXPECT_EQ(DateFormat::format(utc(2024, 12, 31, 20), "yyyy"), "2025");
 
   testenv::setTimeZone(":Europe/Paris");
   EXPECT_EQ(DateFormat::format(instant, pattern), "2024-07-01 14:00");
@@ -72,14 +72,13 @@ TEST_F(DateFormatTest, FollowsTheTimeZoneOfTheMoment) {
   testenv::setTimeZone("CET-1CEST,M3.5.0,M10.5.0/3");
   EXPECT_EQ(DateFormat::format(instant, pattern), "2024-07-01 14:00");
   EXPECT_EQ(DateFormat::format(utc(2024, 1, 15, 12), pattern), "2024-01-15 13:00");
-  EXPECT_EQ(DateFormat::parse(QStringLiteral("2024-07-01 14:00"), pattern).toUTC(), instant);
-  EXPECT_EQ(DateFormat::parse(QStringLiteral("2024-01-15 13:00"), pattern).toUTC(),
-            utc(2024, 1, 15, 12));
+  EXPECT_EQ(DateFormat::parse("2024-07-01 14:00", pattern).toUTC(), instant);
+  EXPECT_EQ(DateFormat::parse("2024-01-15 13:00", pattern).toUTC(), utc(2024, 1, 15, 12));
 }
 
 TEST(PropertyListTest, NestedDictionaryRoundTripKeepsValuesAndTypes) {
   QTemporaryDir dir;
-  const QString path = dir.filePath(QStringLiteral("settings.plist"));
+  const QString path = dir.filePath("settings.plist");
   const QVariantMap dictionary{
       {"output", QVariantMap{{"quality", 0.85},
                              {"format", "JPEG"},
@@ -87,7 +86,7 @@ TEST(PropertyListTest, NestedDictionaryRoundTripKeepsValuesAndTypes) {
       {"count", qlonglong(42)},
       {"negative", qlonglong(-7)},
       {"enabled", false},
-      {"name", QStringLiteral("Été 東京 📷")},
+      {"name", "Été 東京 📷"},
       {"archive", QByteArray("\x00\x01\xff binary", 10)},
       {"when", utc(2023, 5, 6, 7, 8, 9)},
       {"empty list", QVariantList()},
@@ -116,18 +115,18 @@ TEST(PropertyListTest, ReadsHandWrittenXml) {
   // Dates in the file are UTC whatever the local zone is.
   testenv::setTimeZone("Asia/Tokyo");
   const bool parsed = PropertyList::readDictionary(
-      testenv::dataDir() + QStringLiteral("/platform/handwritten.plist"), &read, &error);
+      testenv::dataDir() + "/platform/handwritten.plist", &read, &error);
   testenv::setTimeZone("UTC");
   ASSERT_TRUE(parsed) << error.toStdString();
-  EXPECT_EQ(read.value(QStringLiteral("CFBundleIdentifier")).toString(), "org.quillmere.Quillmere");
-  EXPECT_EQ(read.value(QStringLiteral("Width")).toLongLong(), 4032);
-  EXPECT_DOUBLE_EQ(read.value(QStringLiteral("Ratio")).toDouble(), 1.5);
-  EXPECT_TRUE(read.value(QStringLiteral("Enabled")).toBool());
-  EXPECT_EQ(read.value(QStringLiteral("Payload")).toByteArray(), QByteArray("hello"));
-  EXPECT_EQ(read.value(QStringLiteral("Taken")).toDateTime(), utc(2019, 8, 17, 10, 30, 0));
-  const QVariantList items = read.value(QStringLiteral("Items")).toList();
+  EXPECT_EQ(read.value("CFBundleIdentifier").toString(), "org.quillmere.Quillmere");
+  EXPECT_EQ(read.value("Width").toLongLong(), 4032);
+  EXPECT_DOUBLE_EQ(read.value("Ratio").toDouble(), 1.5);
+  EXPECT_TRUE(read.value("Enabled").toBool());
+  EXPECT_EQ(read.value("Payload").toByteArray(), QByteArray("hello"));
+  EXPECT_EQ(read.value("Taken").toDateTime(), utc(2019, 8, 17, 10, 30, 0));
+  const QVariantList items = read.value("Items").toList();
   ASSERT_EQ(items.size(), 2);
-  EXPECT_EQ(items[0].toMap().value(QStringLiteral("Name")).toString(), QStringLiteral("Ünïcode"));
+  EXPECT_EQ(items[0].toMap().value("Name").toString(), "Ünïcode");
   EXPECT_EQ(items[1].toList().size(), 0);
 }
 
@@ -137,20 +136,18 @@ TEST(PropertyListTest, RealsIgnoreADecimalCommaLocale) {
     GTEST_SKIP() << "no locale with a decimal comma is installed";
   QVariantMap read;
   const bool parsed = PropertyList::parseDictionary(
-      PropertyList::toXml({{QStringLiteral("quality"), 0.85}, {QStringLiteral("big"), 1234.5}}),
-      &read);
+      PropertyList::toXml({{"quality", 0.85}, {"big", 1234.5}}), &read);
   std::setlocale(LC_NUMERIC, previous.c_str());
   ASSERT_TRUE(parsed);
-  EXPECT_DOUBLE_EQ(read.value(QStringLiteral("quality")).toDouble(), 0.85);
-  EXPECT_DOUBLE_EQ(read.value(QStringLiteral("big")).toDouble(), 1234.5);
+  EXPECT_DOUBLE_EQ(read.value("quality").toDouble(), 0.85);
+  EXPECT_DOUBLE_EQ(read.value("big").toDouble(), 1234.5);
 }
 
 TEST(PropertyListTest, BadInputIsAnErrorNotACrash) {
   QTemporaryDir dir;
-  QVariantMap read{{QStringLiteral("stale"), 1}};
+  QVariantMap read{{"stale", 1}};
   QString error;
-  EXPECT_FALSE(
-      PropertyList::readDictionary(dir.filePath(QStringLiteral("missing.plist")), &read, &error));
+  EXPECT_FALSE(PropertyList::readDictionary(dir.filePath("missing.plist"), &read, &error));
   EXPECT_TRUE(read.isEmpty());
   EXPECT_FALSE(error.isEmpty());
 
@@ -165,10 +162,10 @@ TEST(PropertyListTest, BadInputIsAnErrorNotACrash) {
   }
 
   // A failed write leaves the old file in place.
-  const QString target = testenv::writeFile(dir.filePath(QStringLiteral("keep.plist")),
-                                            PropertyList::toXml({{QStringLiteral("k"), 1}}));
-  EXPECT_FALSE(PropertyList::writeDictionary(dir.filePath(QStringLiteral("no/such/dir/x.plist")),
-                                             {{QStringLiteral("k"), 2}}, &error));
+  const QString target =
+      testenv::writeFile(dir.filePath("keep.plist"), PropertyList::toXml({{"k", 1}}));
+  EXPECT_FALSE(
+      PropertyList::writeDictionary(dir.filePath("no/such/dir/x.plist"), {{"k", 2}}, &error));
   ASSERT_TRUE(PropertyList::readDictionary(target, &read));
-  EXPECT_EQ(read.value(QStringLiteral("k")).toLongLong(), 1);
+  EXPECT_EQ(read.value("k").toLongLong(), 1);
 }

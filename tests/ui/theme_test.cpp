@@ -22,15 +22,11 @@ double coverage(const QImage &image) {
 // Every picture the screens name is in the resource file and is drawn, at 100% and at 200%,
 // under the names the engine gives (with or without ".png").
 TEST(Theme, EveryNamedPictureIsDrawnSharpAtAnyScale) {
-  QStringList names = {
-      QStringLiteral("not_av_big.png"),         QStringLiteral("fill_1.png"),
-      QStringLiteral("checked_sq_icon.png"),    QStringLiteral("unchecked_icon.png"),
-      QStringLiteral("all_correct.png"),        QStringLiteral("error_button.png"),
-      QStringLiteral("warning_button.png"),     QStringLiteral("thumbview_icon.png"),
-      QStringLiteral("thumbview_active_icon"),  QStringLiteral("listview_icon"),
-      QStringLiteral("listview_active_icon"),   QStringLiteral("tick"),
-      QStringLiteral("status_skipped"),         QStringLiteral("status_pending"),
-      QStringLiteral("org.quillmere.Quillmere")};
+  QStringList names = {"not_av_big.png",     "fill_1.png",           "checked_sq_icon.png",
+                       "unchecked_icon.png", "all_correct.png",      "error_button.png",
+                       "warning_button.png", "thumbview_icon.png",   "thumbview_active_icon",
+                       "listview_icon",      "listview_active_icon", "tick",
+                       "status_skipped",     "status_pending",       "org.quillmere.Quillmere"};
   for (int n = 0; n <= 105; ++n)
     names << QStringLiteral("fill_%1").arg(n);
   for (const QString &name : std::as_const(names)) {
@@ -50,9 +46,8 @@ TEST(Theme, EveryNamedPictureIsDrawnSharpAtAnyScale) {
 }
 
 TEST(Theme, IconsTakeTheirTintAndScale) {
-  for (const QString &name : {QStringLiteral("window_close"), QStringLiteral("window_minimize"),
-                              QStringLiteral("window_zoom"), QStringLiteral("window_restore"),
-                              QStringLiteral("thumbview_icon"), QStringLiteral("listview_icon")}) {
+  for (const QString name : {"window_close", "window_minimize", "window_zoom", "window_restore",
+                             "thumbview_icon", "listview_icon"}) {
     SCOPED_TRACE(name.toStdString());
     const QIcon icon = Theme::icon(name, QColor(Qt::red));
     ASSERT_FALSE(icon.isNull());
