@@ -2,7 +2,7 @@
 #include "imaging/FiltersList.h"
 #include "platform/ImageFilterRegistry.h"
 #include "platform/PropertyList.h"
-#include "tests/support/TestEnv.h"
+#include "tests/support/Pictures.h"
 
 #include <QSet>
 
@@ -173,10 +173,8 @@ TEST(SharedCatalogue, OffersWorkingFiltersWithPicturesFromTheResource) {
   EXPECT_EQ(names(shared.filterCategoriesExcludingDupes),
             (QStringList{kStylize, kDistortion, kBlur}));
 
-  const vips::VImage photo =
-      vips::VImage::new_from_file(
-          testenv::photo(QStringLiteral("jpg/orientation/landscape_1.jpg")).toUtf8().constData())
-          .crop(200, 150, 160, 120);
+  const vips::VImage photo = testenv::loadImage(testenv::photo("jpg/orientation/landscape_1.jpg"))
+                                 .crop(200, 150, 160, 120);
   for (const auto &record : shared.allAvailableFilters) {
     if (record->filterName == QStringLiteral("Batch Conversion"))
       continue;

@@ -1,10 +1,9 @@
 // Image operations on libvips images, checked by invariants: exact sizes, orientation (where
 // a marked corner ends up), mean colour.
 #include "imaging/ImageProcessing.h"
-#include "tests/support/TestEnv.h"
+#include "tests/support/Pictures.h"
 
 #include <QFile>
-
 #include <QRect>
 #include <QTemporaryDir>
 
@@ -63,10 +62,8 @@ TEST(ImageProcessing, FileImageUprightOrAtFullStoredSize) {
   EXPECT_EQ(canon->height(), 68);
 
   // Orientation 6: turned upright at the size fitted to the asked width.
-  const VImage stored =
-      VImage::new_from_file(photo("jpg/orientation/landscape_6.jpg").toUtf8().constData());
-  const VImage upright =
-      VImage::new_from_file(photo("jpg/orientation/landscape_1.jpg").toUtf8().constData());
+  const VImage stored = testenv::loadImage(photo("jpg/orientation/landscape_6.jpg"));
+  const VImage upright = testenv::loadImage(photo("jpg/orientation/landscape_1.jpg"));
   const int width = upright.width() / 2;
   const auto turned =
       ImageProcessing::getImageFromFile(photo("jpg/orientation/landscape_6.jpg"), float(width), 0);
@@ -148,7 +145,7 @@ TEST(ImageProcessing, ThumbnailsAreUprightAndBounded) {
       ImageProcessing::saveThumbnailForFile(photo("jpg/orientation/portrait_6.jpg"), 40, 40);
   ASSERT_FALSE(saved.isEmpty());
   EXPECT_FALSE(saved.startsWith(testenv::photosDir())); // never beside the sample
-  const vips::VImage reread = vips::VImage::new_from_file(saved.toUtf8().constData());
+  const vips::VImage reread = testenv::loadImage(saved);
   EXPECT_EQ(std::max(reread.width(), reread.height()), 40);
   EXPECT_GT(reread.height(), reread.width());
   QFile::remove(saved);

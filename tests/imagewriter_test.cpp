@@ -11,7 +11,7 @@
 #include "platform/SafeWrite.h"
 #include "platform/StandardFolders.h"
 
-#include "tests/support/TestEnv.h"
+#include "tests/support/Pictures.h"
 
 #include <QDir>
 #include <QFile>
@@ -106,7 +106,7 @@ TEST(WriterFormats, WritesDecodableFileWithMatchingBytesAndCarriedProperties) {
     EXPECT_TRUE(head(out, 64).contains(row.magic));
     EXPECT_TRUE(noPartialFiles(s.dir.path()));
 
-    const VImage written = VImage::new_from_file(QFile::encodeName(out).constData());
+    const VImage written = testenv::loadImage(out);
     EXPECT_EQ(written.width(), s.image.width());
     EXPECT_EQ(written.height(), s.image.height());
 

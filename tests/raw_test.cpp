@@ -10,7 +10,7 @@
 #include "platform/RawDecoder.h"
 #include "rename/BatchRenameSetting.h"
 #include "rename/RenameEngine.h"
-#include "tests/support/TestEnv.h"
+#include "tests/support/Pictures.h"
 
 #include <QDir>
 #include <QFile>
@@ -316,8 +316,7 @@ TEST_F(Raw, RunWritesEveryOutputFormat) {
               (QStringList{"shot." + extension, "turned." + extension}));
     for (const bool quarter : {false, true}) {
       const QString path = out + (quarter ? "/turned." : "/shot.") + extension;
-      const vips::VImage written =
-          vips::VImage::new_from_file(QFile::encodeName(path).constData()).copy_memory();
+      const vips::VImage written = testenv::loadImage(path).copy_memory();
       // A PDF page is drawn at its size in points, one point a pixel.
       EXPECT_EQ(written.width(), quarter ? kHeight : kWidth) << path.toStdString();
       EXPECT_EQ(written.height(), quarter ? kWidth : kHeight) << path.toStdString();
