@@ -175,8 +175,9 @@ TEST_F(AddPhotosScreen, SelectedPhotoShowsItsInformation) {
       << dateSource->text().toStdString();
 }
 
-// Delete removes the selected photo after its sheet; the same file can be added again.
-TEST_F(AddPhotosScreen, RemoveOnePhotoAndAddItAgain) {
+// Delete removes the selected photo after its sheet; the same file can be added again, and once
+// more is refused in the message panel as already in the batch.
+TEST_F(AddPhotosScreen, RemoveOnePhotoAddItAgainAndOnceMoreIsRefused) {
   const QString folder = copySamples();
   ASSERT_TRUE(runAdd(screen->addFolderButton(), {folder}));
   const QString removedPath = screen->batchModel()->photoAt(0)->filePath;
@@ -195,6 +196,15 @@ TEST_F(AddPhotosScreen, RemoveOnePhotoAndAddItAgain) {
   ASSERT_TRUE(runAdd(screen->addPhotosButton(), {removedPath}));
   EXPECT_EQ(screen->batchModel()->rowCount(), 3);
   EXPECT_FALSE(screen->isMessageShown());
+  ASSERT_TRUE(runAdd(screen->addPhotosButton(), {removedPath}));
+  EXPECT_TRUE(screen->isMessageShown());
+  EXPECT_EQ(screen->messageTitle(), QStringLiteral("PHOTO EXISTS"));
+  EXPECT_EQ(screen->messageText(), QStringLiteral("Photo already exists in batch!"));
+  EXPECT_TRUE(screen->messageOkButton()->isVisible());
+  EXPECT_FALSE(screen->messageRemoveButton()->isVisible());
+  QTest::mouseClick(screen->messageOkButton(), Qt::LeftButton);
+  EXPECT_FALSE(screen->isMessageShown());
+  EXPECT_EQ(screen->batchModel()->rowCount(), 3);
 
   // Remove all, through its sheet: the drop area comes back.
   QTest::mouseClick(screen->removeAllButton(), Qt::LeftButton);
@@ -205,22 +215,6 @@ TEST_F(AddPhotosScreen, RemoveOnePhotoAndAddItAgain) {
   EXPECT_EQ(screen->batchModel()->rowCount(), 0);
   EXPECT_TRUE(screen->summaryText().isEmpty());
   EXPECT_EQ(stack()->currentWidget()->objectName(), QStringLiteral("dropArea"));
-}
-
-// Adding a photo already in the batch says so, in the message panel.
-TEST_F(AddPhotosScreen, DuplicateShowsPhotoExists) {
-  const QString photo = testenv::copyPhoto(kSamples.at(0), photos.path());
-  ASSERT_TRUE(runAdd(screen->addPhotosButton(), {photo}));
-  ASSERT_EQ(screen->batchModel()->rowCount(), 1);
-  ASSERT_TRUE(runAdd(screen->addPhotosButton(), {photo}));
-  EXPECT_TRUE(screen->isMessageShown());
-  EXPECT_EQ(screen->messageTitle(), QStringLiteral("PHOTO EXISTS"));
-  EXPECT_EQ(screen->messageText(), QStringLiteral("Photo already exists in batch!"));
-  EXPECT_TRUE(screen->messageOkButton()->isVisible());
-  EXPECT_FALSE(screen->messageRemoveButton()->isVisible());
-  QTest::mouseClick(screen->messageOkButton(), Qt::LeftButton);
-  EXPECT_FALSE(screen->isMessageShown());
-  EXPECT_EQ(screen->batchModel()->rowCount(), 1);
 }
 
 // Photos deleted on disk: marked when the screen is shown again, the all-deleted message, and
