@@ -28,7 +28,7 @@ class AppDelegateTest : public ::testing::Test {
 protected:
   void SetUp() override {
     QFile::remove(Preferences::filePath());
-    QFile::remove(Preferences::filePath() + QStringLiteral(".corrupt"));
+    QFile::remove(Preferences::filePath() + ".corrupt");
     QDir(storeFolder()).removeRecursively();
     QFile::remove(storeFolder()); // a test may have put a file in its place
     loggedLines().clear();
@@ -39,9 +39,7 @@ protected:
   }
   void TearDown() override { qInstallMessageHandler(previousHandler_); }
   static QString storeFolder() { return platform::applicationDataDirectory(); }
-  static QString storeFile() {
-    return storeFolder() + QStringLiteral("/OSXCoreDataObjC.storedata");
-  }
+  static QString storeFile() { return storeFolder() + "/OSXCoreDataObjC.storedata"; }
 
   // One start of the application, as a new process would do it.
   static AppDelegate::RateupDecision launch(AppDelegate *delegate = nullptr) {
@@ -79,8 +77,8 @@ TEST_F(AppDelegateTest, FirstLaunchWipesEarlierSettings) {
   launch(&delegate);
   EXPECT_TRUE(delegate.isFIRST_TIME_LAUNCH);
   EXPECT_FALSE(Preferences::contains("BATCH_RENAME_SETTING_OBJECT"));
-  EXPECT_EQ(Preferences::stringValue("isFirstTimeLaunch"), QStringLiteral("yes"));
-  EXPECT_EQ(Preferences::stringValue("isFirstTime"), QStringLiteral("yes"));
+  EXPECT_EQ(Preferences::stringValue("isFirstTimeLaunch"), "yes");
+  EXPECT_EQ(Preferences::stringValue("isFirstTime"), "yes");
   // The stale count and answer went with the wipe; this launch is the first counted.
   EXPECT_FALSE(Preferences::contains("appVersion"));
   EXPECT_EQ(Preferences::integerValue("appOpenedCount"), 1);
@@ -95,7 +93,7 @@ TEST_F(AppDelegateTest, FirstLaunchWipesEarlierSettings) {
   // Only "isFirstTime" missing: it is added, without a wipe.
   Preferences::remove("isFirstTime");
   launch();
-  EXPECT_EQ(Preferences::stringValue("isFirstTime"), QStringLiteral("yes"));
+  EXPECT_EQ(Preferences::stringValue("isFirstTime"), "yes");
   EXPECT_EQ(Preferences::dataValue("OUTPUT_OPTONS_SETTING"), QByteArray("mine"));
 }
 
@@ -119,13 +117,13 @@ TEST_F(AppDelegateTest, StartUpOrderStateAndConsoleLines) {
   EXPECT_TRUE(firstLaunchKeyWhenWindowOpened);
   EXPECT_EQ(formatsWhenWindowOpened, 0);
   ASSERT_EQ(linesWhenWindowOpened.size(), 2);
-  EXPECT_EQ(linesWhenWindowOpened[0], QStringLiteral("applicationDidFinishLaunching start"));
+  EXPECT_EQ(linesWhenWindowOpened[0], "applicationDidFinishLaunching start");
   EXPECT_TRUE(QRegularExpression(QStringLiteral("^OS Version: \\d+\\.\\d+$"))
                   .match(linesWhenWindowOpened[1])
                   .hasMatch())
       << linesWhenWindowOpened[1].toStdString();
   ASSERT_EQ(loggedLines().size(), 3);
-  EXPECT_EQ(loggedLines().last(), QStringLiteral("applicationDidFinishLaunching stop"));
+  EXPECT_EQ(loggedLines().last(), "applicationDidFinishLaunching stop");
 
   // The state set before the launch is reset; the format list is loaded.
   // Indexes 0-8 keep their meaning; the newer formats follow "pdf".
@@ -261,7 +259,7 @@ TEST_F(AppDelegateTest, StoreFolderThatIsAFileIsReportedAndRetried) {
   EXPECT_FALSE(delegate.persistentStoreCoordinator());
   ASSERT_EQ(presented.size(), 1);
   const AppError &error = presented[0];
-  EXPECT_EQ(error.description, QStringLiteral("Failed to initialize the application's saved data"));
+  EXPECT_EQ(error.description, "Failed to initialize the application's saved data");
   EXPECT_EQ(error.reason,
             QStringLiteral("Expected a folder to store application data, found a file (%1).")
                 .arg(storeFolder()));
@@ -288,7 +286,7 @@ TEST_F(AppDelegateTest, UnreadableStoreFileGivesTheGeneralReasonWithItsCause) {
   EXPECT_FALSE(delegate.managedObjectContext());
   ASSERT_EQ(presented.size(), 1);
   EXPECT_EQ(presented[0].reason,
-            QStringLiteral("There was an error creating or loading the application's saved data."));
+            "There was an error creating or loading the application's saved data.");
   ASSERT_TRUE(presented[0].underlying);
   EXPECT_TRUE(presented[0].underlying->reason.contains(storeFile()));
   // The damaged file is kept for the user to look at.
@@ -315,8 +313,8 @@ protected:
     };
     auto context = delegate.managedObjectContext();
     ASSERT_TRUE(context);
-    context->setValue(context->insertNewObject("Session"), "name", QStringLiteral("unsaved"));
-    ASSERT_TRUE(QDir().mkpath(storeFile() + QStringLiteral("/blocker")));
+    context->setValue(context->insertNewObject("Session"), "name", "unsaved");
+    ASSERT_TRUE(QDir().mkpath(storeFile() + "/blocker"));
   }
 
   AppDelegate delegate;
@@ -333,8 +331,7 @@ TEST_F(QuitWithUnsavedChanges, QuitAnywayKeepsRunningAndCancelQuits) {
   EXPECT_EQ(delegate.applicationShouldTerminate(), AppDelegate::TerminateCancel);
   ASSERT_EQ(presented.size(), 1);
   ASSERT_EQ(alerts.size(), 1);
-  EXPECT_EQ(alerts[0].messageText,
-            QStringLiteral("Could not save changes while quitting. Quit anyway?"));
+  EXPECT_EQ(alerts[0].messageText, "Could not save changes while quitting. Quit anyway?");
   EXPECT_EQ(alerts[0].informativeText,
             QStringLiteral("Quitting now will lose any changes you have made since the last "
                            "successful save"));
@@ -385,7 +382,7 @@ TEST_F(AppDelegateTest, ClosingTheMainWindowAsksToQuit) {
   QObject window;
   delegate.handleWindowClose_Main(&window);
   EXPECT_EQ(quits, 1);
-  EXPECT_TRUE(loggedLines().contains(QStringLiteral("closing Window Class QObject")));
+  EXPECT_TRUE(loggedLines().contains("closing Window Class QObject"));
 
   // The notification forms go through the event loop, not straight away.
   delegate.mainWindowCloseNotification(&delegate);
@@ -393,8 +390,8 @@ TEST_F(AppDelegateTest, ClosingTheMainWindowAsksToQuit) {
   EXPECT_EQ(quits, 1);
   QCoreApplication::sendPostedEvents();
   EXPECT_EQ(quits, 3);
-  EXPECT_TRUE(loggedLines().contains(QStringLiteral("closing Window Class AppDelegate")));
-  EXPECT_TRUE(loggedLines().contains(QStringLiteral("closing Window Class (null)")));
+  EXPECT_TRUE(loggedLines().contains("closing Window Class AppDelegate"));
+  EXPECT_TRUE(loggedLines().contains("closing Window Class (null)"));
 }
 
 } // namespace

@@ -44,9 +44,7 @@ public:
   int next = 0;
 };
 
-const QStringList kSamples = {QStringLiteral("jpg/Canon_40D.jpg"),
-                              QStringLiteral("jpg/Nikon_D70.jpg"),
-                              QStringLiteral("jpg/Kodak_CX7530.jpg")};
+const QStringList kSamples = {"jpg/Canon_40D.jpg", "jpg/Nikon_D70.jpg", "jpg/Kodak_CX7530.jpg"};
 
 // The screen in a window of its own, as the main window would show it, over a fresh delegate.
 class AddPhotosScreen : public ::testing::Test {
@@ -79,7 +77,7 @@ protected:
       sheet->press(int(sheet->buttons().size()) - 1);
   }
 
-  QString copySamples(const QString &sub = QStringLiteral("shoot")) {
+  QString copySamples(const QString &sub = "shoot") {
     const QString folder = photos.filePath(sub);
     QDir().mkpath(folder);
     for (const QString &sample : kSamples)
@@ -115,7 +113,7 @@ protected:
 // A folder of three photos: three rows, the summary line, the thumbnails on screen, and the
 // view switched to the list and back.
 TEST_F(AddPhotosScreen, AddFolderShowsCountSummaryAndBothViews) {
-  EXPECT_EQ(stack()->currentWidget()->objectName(), QStringLiteral("dropArea"));
+  EXPECT_EQ(stack()->currentWidget()->objectName(), "dropArea");
   EXPECT_TRUE(screen->summaryText().isEmpty());
   const QString folder = copySamples();
   ASSERT_TRUE(runAdd(screen->addFolderButton(), {folder}));
@@ -123,9 +121,9 @@ TEST_F(AddPhotosScreen, AddFolderShowsCountSummaryAndBothViews) {
 
   EXPECT_EQ(screen->batchModel()->rowCount(), 3);
   EXPECT_EQ(delegate.arraySelectedImagesToProcess.size(), 3);
-  EXPECT_TRUE(screen->summaryText().startsWith(QStringLiteral("Images Count: 3  |  Total Size: ")))
+  EXPECT_TRUE(screen->summaryText().startsWith("Images Count: 3  |  Total Size: "))
       << screen->summaryText().toStdString();
-  EXPECT_TRUE(screen->summaryText().endsWith(QStringLiteral("  ")));
+  EXPECT_TRUE(screen->summaryText().endsWith("  "));
   EXPECT_FALSE(screen->isProgressShown());
   EXPECT_FALSE(screen->isMessageShown());
   EXPECT_EQ(stack()->currentWidget(), screen->thumbnailView());
@@ -161,17 +159,16 @@ TEST_F(AddPhotosScreen, SelectedPhotoShowsItsInformation) {
   clickRow(screen->listView(), row);
   const QString fileName = screen->batchModel()->photoAt(row)->fileName;
   EXPECT_TRUE(QTest::qWaitFor(
-      [&] { return screen->informationModel()->value(QStringLiteral("File Name")) == fileName; },
-      20000));
+      [&] { return screen->informationModel()->value("File Name") == fileName; }, 20000));
   EXPECT_EQ(screen->informationModel()->rowCount(), 35);
-  EXPECT_EQ(screen->informationModel()->value(QStringLiteral("File Name")), fileName);
+  EXPECT_EQ(screen->informationModel()->value("File Name"), fileName);
   EXPECT_EQ(screen->informationView()->model()->index(0, 1).data().toString(), fileName);
   EXPECT_EQ(delegate.selectedImageIndex, row);
   // Below the table (which keeps its 35 rows): where the capture date came from.
-  const auto *dateSource = screen->findChild<QLabel *>(QStringLiteral("dateSourceLabel"));
+  const auto *dateSource = screen->findChild<QLabel *>("dateSourceLabel");
   ASSERT_NE(dateSource, nullptr);
-  EXPECT_TRUE(dateSource->text().startsWith(QStringLiteral("Date Source: EXIF ")) ||
-              dateSource->text() == QStringLiteral("Date Source: File creation date"))
+  EXPECT_TRUE(dateSource->text().startsWith("Date Source: EXIF ") ||
+              dateSource->text() == "Date Source: File creation date")
       << dateSource->text().toStdString();
 }
 
@@ -185,21 +182,21 @@ TEST_F(AddPhotosScreen, RemoveOnePhotoAddItAgainAndOnceMoreIsRefused) {
   QTest::keyClick(screen->thumbnailView(), Qt::Key_Delete);
   Sheet *sheet = Sheet::current(screen.get());
   ASSERT_NE(sheet, nullptr);
-  EXPECT_EQ(sheet->title(), QStringLiteral("REMOVE SELECTED PHOTO"));
-  EXPECT_EQ(sheet->message(), QStringLiteral("Remove selected photo from Batch?"));
+  EXPECT_EQ(sheet->title(), "REMOVE SELECTED PHOTO");
+  EXPECT_EQ(sheet->message(), "Remove selected photo from Batch?");
   QTest::mouseClick(sheet->buttons().at(0), Qt::LeftButton);
   EXPECT_EQ(screen->batchModel()->rowCount(), 2);
   EXPECT_EQ(delegate.arraySelectedImagesToProcess.size(), 2);
   EXPECT_FALSE(screen->intake().dictFileAdded.contains(removedPath));
-  EXPECT_TRUE(screen->summaryText().startsWith(QStringLiteral("Images Count: 2  |")));
+  EXPECT_TRUE(screen->summaryText().startsWith("Images Count: 2  |"));
 
   ASSERT_TRUE(runAdd(screen->addPhotosButton(), {removedPath}));
   EXPECT_EQ(screen->batchModel()->rowCount(), 3);
   EXPECT_FALSE(screen->isMessageShown());
   ASSERT_TRUE(runAdd(screen->addPhotosButton(), {removedPath}));
   EXPECT_TRUE(screen->isMessageShown());
-  EXPECT_EQ(screen->messageTitle(), QStringLiteral("PHOTO EXISTS"));
-  EXPECT_EQ(screen->messageText(), QStringLiteral("Photo already exists in batch!"));
+  EXPECT_EQ(screen->messageTitle(), "PHOTO EXISTS");
+  EXPECT_EQ(screen->messageText(), "Photo already exists in batch!");
   EXPECT_TRUE(screen->messageOkButton()->isVisible());
   EXPECT_FALSE(screen->messageRemoveButton()->isVisible());
   QTest::mouseClick(screen->messageOkButton(), Qt::LeftButton);
@@ -210,11 +207,11 @@ TEST_F(AddPhotosScreen, RemoveOnePhotoAddItAgainAndOnceMoreIsRefused) {
   QTest::mouseClick(screen->removeAllButton(), Qt::LeftButton);
   sheet = Sheet::current(screen.get());
   ASSERT_NE(sheet, nullptr);
-  EXPECT_EQ(sheet->title(), QStringLiteral("REMOVE ALL PHOTOS"));
+  EXPECT_EQ(sheet->title(), "REMOVE ALL PHOTOS");
   QTest::mouseClick(sheet->buttons().at(0), Qt::LeftButton);
   EXPECT_EQ(screen->batchModel()->rowCount(), 0);
   EXPECT_TRUE(screen->summaryText().isEmpty());
-  EXPECT_EQ(stack()->currentWidget()->objectName(), QStringLiteral("dropArea"));
+  EXPECT_EQ(stack()->currentWidget()->objectName(), "dropArea");
 }
 
 // Photos deleted on disk: marked when the screen is shown again, the all-deleted message, and
@@ -228,8 +225,8 @@ TEST_F(AddPhotosScreen, MissingPhotosAreMarkedAndCanBeRemoved) {
   QSignalSpy shown(screen.get(), &AddPhotosVC::messageShown);
   NotificationCenter::defaultCenter().post(Notifications::AddPhotosViewAppear);
   ASSERT_TRUE(shown.count() > 0 || shown.wait(5000));
-  EXPECT_EQ(screen->messageTitle(), QStringLiteral("PHOTOS DELETED"));
-  EXPECT_EQ(screen->messageText(), QStringLiteral("Photos no longer exists in the Source folder!"));
+  EXPECT_EQ(screen->messageTitle(), "PHOTOS DELETED");
+  EXPECT_EQ(screen->messageText(), "Photos no longer exists in the Source folder!");
   for (int row = 0; row < 3; ++row) {
     const QModelIndex cell = screen->batchModel()->index(row, BatchTableModel::NameColumn);
     EXPECT_TRUE(cell.data(BatchTableModel::MissingRole).toBool());
@@ -242,9 +239,8 @@ TEST_F(AddPhotosScreen, MissingPhotosAreMarkedAndCanBeRemoved) {
   shown.clear();
   clickRow(screen->thumbnailView(), 1);
   ASSERT_TRUE(shown.count() > 0 || shown.wait(5000));
-  EXPECT_EQ(screen->messageTitle(), QStringLiteral("PHOTO NOT AVAILABLE"));
-  EXPECT_EQ(screen->messageText(),
-            QStringLiteral("Selected Photo not available at source location"));
+  EXPECT_EQ(screen->messageTitle(), "PHOTO NOT AVAILABLE");
+  EXPECT_EQ(screen->messageText(), "Selected Photo not available at source location");
   ASSERT_TRUE(screen->messageRemoveButton()->isVisible());
   EXPECT_FALSE(screen->messageOkButton()->isVisible());
   QTest::mouseClick(screen->messageRemoveButton(), Qt::LeftButton);
@@ -266,7 +262,7 @@ TEST_F(AddPhotosScreen, FilterSheetRefusesBackwardDates) {
   EXPECT_TRUE(screen->isFilterSheetShown());
   EXPECT_TRUE(screen->filterNote()->isVisible());
   EXPECT_EQ(screen->filterNote()->text(),
-            QStringLiteral("* From Date cannot be greater than or equal to To Date."));
+            "* From Date cannot be greater than or equal to To Date.");
   EXPECT_TRUE(chooserKinds.isEmpty());
 
   screen->filterToPicker()->setDateTime(QDateTime(QDate(2030, 1, 1), QTime(0, 0)));
@@ -303,21 +299,21 @@ TEST_F(AddPhotosScreen, DropsFromAFileManager) {
       [&posted](const QVariantMap &info) { posted = info; });
 
   QWidget *dropArea = stack()->currentWidget();
-  ASSERT_EQ(dropArea->objectName(), QStringLiteral("dropArea"));
+  ASSERT_EQ(dropArea->objectName(), "dropArea");
   QSignalSpy finished(screen.get(), &AddPhotosVC::addRunFinished);
   drop(dropArea, {folder});
   ASSERT_TRUE(finished.count() > 0 || finished.wait(60000));
   EXPECT_EQ(posted.value(Notifications::PathsKey).toStringList(), QStringList{folder});
   EXPECT_EQ(screen->batchModel()->rowCount(), 3);
 
-  const QString notes = testenv::writeFile(photos.filePath(QStringLiteral("notes.txt")), "hello");
-  const QString extra = testenv::copyPhoto(QStringLiteral("tiff/BSG1.tiff"), photos.path());
+  const QString notes = testenv::writeFile(photos.filePath("notes.txt"), "hello");
+  const QString extra = testenv::copyPhoto("tiff/BSG1.tiff", photos.path());
   finished.clear();
   drop(screen->thumbnailView()->viewport(), {notes, extra});
   ASSERT_TRUE(finished.count() > 0 || finished.wait(60000));
   EXPECT_EQ(screen->batchModel()->rowCount(), 4);
   EXPECT_TRUE(QTest::qWaitFor([&] { return screen->isMessageShown(); }, 5000));
-  EXPECT_EQ(screen->messageTitle(), QStringLiteral("FILE CANNOT BE ADDED"));
+  EXPECT_EQ(screen->messageTitle(), "FILE CANNOT BE ADDED");
   EXPECT_TRUE(QFileInfo::exists(notes));
 }
 
@@ -325,33 +321,33 @@ TEST_F(AddPhotosScreen, DropsFromAFileManager) {
 // the rest of the choice is added.
 TEST_F(AddPhotosScreen, UnreadableItemsAreReported) {
   const QString good = copySamples();
-  const QString gone = photos.filePath(QStringLiteral("gone"));
+  const QString gone = photos.filePath("gone");
   ASSERT_TRUE(runAdd(screen->addFolderButton(), {good, gone}));
   EXPECT_EQ(screen->batchModel()->rowCount(), 3);
   ASSERT_TRUE(screen->isMessageShown());
   // The engine refuses the missing item as unsupported; the screen says which it was.
-  EXPECT_EQ(screen->messageTitle(), QStringLiteral("FILES CANNOT BE ADDED"));
-  EXPECT_TRUE(screen->messageText().endsWith(QStringLiteral("\n\nNot read:\n") + gone +
-                                             QStringLiteral(" (not found)")))
+  EXPECT_EQ(screen->messageTitle(), "FILES CANNOT BE ADDED");
+  EXPECT_TRUE(
+      screen->messageText().endsWith(QStringLiteral("\n\nNot read:\n") + gone + " (not found)"))
       << screen->messageText().toStdString();
   QTest::mouseClick(screen->messageOkButton(), Qt::LeftButton);
 
   if (::geteuid() == 0)
     return; // root reads every folder
-  const QString locked = photos.filePath(QStringLiteral("locked"));
+  const QString locked = photos.filePath("locked");
   QDir().mkpath(locked);
-  testenv::copyPhoto(kSamples.at(0), locked, QStringLiteral("hidden.jpg"));
+  testenv::copyPhoto(kSamples.at(0), locked, "hidden.jpg");
   ASSERT_EQ(::chmod(QFile::encodeName(locked).constData(), 0), 0);
   const bool added = runAdd(screen->addFolderButton(), {locked});
   ::chmod(QFile::encodeName(locked).constData(), 0755);
   ASSERT_TRUE(added);
   ASSERT_TRUE(screen->isMessageShown());
-  EXPECT_TRUE(screen->messageText().contains(locked + QStringLiteral(" (no permission")));
+  EXPECT_TRUE(screen->messageText().contains(locked + " (no permission"));
 }
 
 // The stop button ends the add phase before the next file.
 TEST_F(AddPhotosScreen, StopEndsTheAddRun) {
-  const QString folder = photos.filePath(QStringLiteral("many"));
+  const QString folder = photos.filePath("many");
   QDir().mkpath(folder);
   for (int i = 0; i < 150; ++i)
     testenv::copyPhoto(kSamples.at(i % 3), folder,
@@ -384,8 +380,7 @@ TEST_F(AddPhotosScreen, KeyboardNamesAndGoingOn) {
     EXPECT_FALSE(name.trimmed().isEmpty() && w->toolTip().isEmpty())
         << w->metaObject()->className() << " " << w->objectName().toStdString();
   }
-  EXPECT_EQ(screen->libraryButton()->toolTip(),
-            QStringLiteral("Click here to add iPhoto/Photos library"));
+  EXPECT_EQ(screen->libraryButton()->toolTip(), "Click here to add iPhoto/Photos library");
   QTest::mouseClick(screen->nextButton(), Qt::LeftButton);
   EXPECT_EQ(flow.next, 1);
 }
@@ -401,11 +396,10 @@ TEST_F(AddPhotosScreen, SharedThumbnailCacheIsWrittenAndUsed) {
   namespace Cache = platform::SharedThumbnailCache;
   const QImage large(Cache::thumbnailPath(photo, Cache::Size::Large));
   ASSERT_FALSE(large.isNull());
-  EXPECT_EQ(large.text(QStringLiteral("Thumb::URI")),
-            QUrl::fromLocalFile(photo).toString(QUrl::FullyEncoded));
+  EXPECT_EQ(large.text("Thumb::URI"), QUrl::fromLocalFile(photo).toString(QUrl::FullyEncoded));
   struct stat st {};
   ASSERT_EQ(::stat(QFile::encodeName(photo).constData(), &st), 0);
-  EXPECT_EQ(large.text(QStringLiteral("Thumb::MTime")), QString::number(qint64(st.st_mtime)));
+  EXPECT_EQ(large.text("Thumb::MTime"), QString::number(qint64(st.st_mtime)));
   EXPECT_TRUE(QFileInfo::exists(Cache::thumbnailPath(photo, Cache::Size::Normal)));
 
   AppDelegate other;

@@ -100,7 +100,7 @@ protected:
 } // namespace
 
 TEST_F(MainWindowTest, OpensOnTheAddPhotosScreenSizedToTheScreen) {
-  EXPECT_EQ(window->windowTitle(), QStringLiteral("Quillmere"));
+  EXPECT_EQ(window->windowTitle(), "Quillmere");
   EXPECT_EQ(window->Step, 0);
   EXPECT_EQ(window->viewController(), window->addPhotosScreen());
   EXPECT_EQ(window->setupScreen(), nullptr); // made on first need
@@ -225,13 +225,13 @@ TEST_F(MainWindowTest, WithASheetUpTheWindowButtonsDoNothing) {
 
 TEST_F(MainWindowTest, DeletedPhotosAlertNamesOneOrMany) {
   QTemporaryDir folder;
-  const QString kept = testenv::writeFile(folder.filePath(QStringLiteral("kept.jpg")), "x");
-  const QString gone1 = folder.filePath(QStringLiteral("gone1.jpg"));
-  const QString gone2 = folder.filePath(QStringLiteral("gone2.jpg"));
+  const QString kept = testenv::writeFile(folder.filePath("kept.jpg"), "x");
+  const QString gone1 = folder.filePath("gone1.jpg");
+  const QString gone2 = folder.filePath("gone2.jpg");
 
-  const QString one = QStringLiteral("PHOTO DELETED"), many = QStringLiteral("PHOTOS DELETED");
-  const QString oneText = QStringLiteral("Photo no longer exists in the Source folder!");
-  const QString manyText = QStringLiteral("Photos no longer exists in the Source folder!");
+  const QString one = "PHOTO DELETED", many = "PHOTOS DELETED";
+  const QString oneText = "Photo no longer exists in the Source folder!";
+  const QString manyText = "Photos no longer exists in the Source folder!";
   const struct Case {
     QStringList batch;
     bool remove;
@@ -263,7 +263,7 @@ TEST_F(MainWindowTest, DeletedPhotosAlertNamesOneOrMany) {
     EXPECT_EQ(sheet->title(), c.title);
     EXPECT_EQ(sheet->message(), c.message);
     ASSERT_EQ(sheet->buttons().size(), 1);
-    EXPECT_EQ(sheet->buttons().first()->text(), QStringLiteral("OK"));
+    EXPECT_EQ(sheet->buttons().first()->text(), "OK");
     // Escape dismisses a one-button alert as its OK does.
     QTest::keyClick(sheet->buttons().first(), Qt::Key_Escape);
     EXPECT_FALSE(delegate->isSUBWINDOW_OPENED);
@@ -272,26 +272,25 @@ TEST_F(MainWindowTest, DeletedPhotosAlertNamesOneOrMany) {
 }
 
 TEST_F(MainWindowTest, RatingSheetAnswersTheDelegate) {
-  Preferences::remove(QStringLiteral("appVersion"));
+  Preferences::remove("appVersion");
   QStringList opened;
-  bool pageOpens = false;
   delegate->openURLHandler = [&](const QString &address) {
     opened << address;
-    return pageOpens;
+    return false;
   };
 
   // YES whose page does not open: asked again later, so nothing is recorded.
   window->showAlertForRateApp();
   Sheet *sheet = waitForSheet();
   ASSERT_NE(sheet, nullptr);
-  EXPECT_EQ(sheet->title(), QStringLiteral("Enjoy Using Our App? Please Rate Us"));
+  EXPECT_EQ(sheet->title(), "Enjoy Using Our App? Please Rate Us");
   ASSERT_EQ(sheet->buttons().size(), 2);
-  EXPECT_EQ(sheet->buttons().at(0)->text(), QStringLiteral("YES"));
-  EXPECT_EQ(sheet->buttons().at(1)->text(), QStringLiteral("NO"));
+  EXPECT_EQ(sheet->buttons().at(0)->text(), "YES");
+  EXPECT_EQ(sheet->buttons().at(1)->text(), "NO");
   EXPECT_TRUE(delegate->isSUBWINDOW_OPENED);
   QTest::mouseClick(sheet->buttons().at(0), Qt::LeftButton);
   EXPECT_EQ(opened.size(), 1);
-  EXPECT_FALSE(Preferences::contains(QStringLiteral("appVersion")));
+  EXPECT_FALSE(Preferences::contains("appVersion"));
   EXPECT_FALSE(delegate->isSUBWINDOW_OPENED);
 
   // NO (Escape) is final for this version.
@@ -300,7 +299,7 @@ TEST_F(MainWindowTest, RatingSheetAnswersTheDelegate) {
   ASSERT_NE(sheet, nullptr);
   QTest::keyClick(sheet->buttons().at(0), Qt::Key_Escape);
   EXPECT_EQ(opened.size(), 1);
-  EXPECT_EQ(Preferences::stringValue(QStringLiteral("appVersion")), AppDelegate::bundleVersion());
+  EXPECT_EQ(Preferences::stringValue("appVersion"), AppDelegate::bundleVersion());
   EXPECT_EQ(window->currentSheet(), nullptr);
 }
 
@@ -311,10 +310,9 @@ TEST_F(MainWindowTest, QuitAlertIsASheetAnsweredByButtonPosition) {
     QTimer::singleShot(0, window.get(), [this, pressed] {
       Sheet *sheet = window->currentSheet();
       ASSERT_NE(sheet, nullptr);
-      EXPECT_EQ(sheet->title(),
-                QStringLiteral("Could not save changes while quitting. Quit anyway?"));
-      EXPECT_EQ(sheet->buttons().at(0)->text(), QStringLiteral("Quit anyway"));
-      EXPECT_EQ(sheet->buttons().at(1)->text(), QStringLiteral("Cancel"));
+      EXPECT_EQ(sheet->title(), "Could not save changes while quitting. Quit anyway?");
+      EXPECT_EQ(sheet->buttons().at(0)->text(), "Quit anyway");
+      EXPECT_EQ(sheet->buttons().at(1)->text(), "Cancel");
       EXPECT_TRUE(delegate->isSUBWINDOW_OPENED);
       QTest::mouseClick(sheet->buttons().at(pressed), Qt::LeftButton);
     });
@@ -339,21 +337,21 @@ TEST_F(MainWindowTest, SkippedPhotosAndNewBatchGoBackToAddingPhotos) {
                          Notifications::ProcessSkippedFiles}));
 
   QTest::mouseClick(window->setupButton(), Qt::LeftButton);
-  Preferences::setValue(QStringLiteral("PROJECT_SESSION"), QByteArray("session"));
+  Preferences::setValue("PROJECT_SESSION", QByteArray("session"));
   delegate->isPHOTO_DLETED_FROM_DIRECTORY = false;
   window->btnStartNewBatchFromSetupVCTapped();
   EXPECT_TRUE(delegate->isSTART_AS_NEW_BATCH);
   EXPECT_TRUE(delegate->isPHOTO_DLETED_FROM_DIRECTORY);
   EXPECT_TRUE(delegate->arraySelectedImagesToProcess.isEmpty());
   EXPECT_EQ(delegate->selectedImageFile, nullptr);
-  EXPECT_FALSE(Preferences::contains(QStringLiteral("PROJECT_SESSION")));
+  EXPECT_FALSE(Preferences::contains("PROJECT_SESSION"));
   EXPECT_EQ(window->Step, 0);
 }
 
 TEST_F(MainWindowTest, OpenedPathsArriveAsADrop) {
   QTest::mouseClick(window->setupButton(), Qt::LeftButton);
   log->posted.clear();
-  const QStringList paths = {QStringLiteral("/photos/a.jpg"), QStringLiteral("/photos/trip")};
+  const QStringList paths = {"/photos/a.jpg", "/photos/trip"};
   window->openPaths(paths);
   EXPECT_EQ(window->Step, 0);
   ASSERT_FALSE(log->flow().isEmpty());
@@ -421,8 +419,8 @@ TEST_F(MainWindowTest, EveryControlHasANameAndTheKeyboardReachesIt) {
 
 TEST(OpenCommand, OpensTheWindowWithThePathsThatExist) {
   QTemporaryDir folder;
-  const QString photo = testenv::writeFile(folder.filePath(QStringLiteral("a b.jpg")), "x");
-  QDir().mkpath(folder.filePath(QStringLiteral("trip")));
+  const QString photo = testenv::writeFile(folder.filePath("a b.jpg"), "x");
+  QDir().mkpath(folder.filePath("trip"));
   const QString previous = QDir::currentPath();
   ASSERT_TRUE(QDir::setCurrent(folder.path()));
   const QByteArray url =
@@ -434,12 +432,11 @@ TEST(OpenCommand, OpensTheWindowWithThePathsThatExist) {
   const QStringList paths = app::CommandLine::pathsToOpen(6, argv);
   QDir::setCurrent(previous);
   // Absolute, cleaned, in the order given; the missing one is reported and left out.
-  EXPECT_EQ(paths,
-            (QStringList{QDir(folder.path()).filePath(QStringLiteral("trip")), photo, photo}));
+  EXPECT_EQ(paths, (QStringList{QDir(folder.path()).filePath("trip"), photo, photo}));
 
   char *info[] = {args[0].data(), const_cast<char *>("info"), args[2].data()};
   EXPECT_FALSE(app::CommandLine::wantsWindow(3, info));
   EXPECT_TRUE(app::CommandLine::pathsToOpen(3, info).isEmpty());
   EXPECT_TRUE(app::CommandLine::wantsWindow(1, argv));
-  EXPECT_TRUE(app::CommandLine::usageText().contains(QStringLiteral("quillmere open PATH...")));
+  EXPECT_TRUE(app::CommandLine::usageText().contains("quillmere open PATH..."));
 }

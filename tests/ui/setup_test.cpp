@@ -85,7 +85,7 @@ TEST_F(SetupScreen, RulesChangeThePreviewAndControlsKeepTheirLimits) {
                                        QAbstractItemModelTester::FailureReportingMode::Fatal);
   QAbstractItemModelTester proxyTester(view()->previewProxy(),
                                        QAbstractItemModelTester::FailureReportingMode::Fatal);
-  EXPECT_EQ(view()->batchLineText().left(18), QStringLiteral("Total Images: 3  |"));
+  EXPECT_EQ(view()->batchLineText().left(18), "Total Images: 3  |");
   EXPECT_EQ(find<QLabel>("batchLine")->text(), view()->batchLineText());
   ASSERT_EQ(view()->previewModel()->rowCount(), 3);
   EXPECT_EQ(newPath(0), out + "/IMG_100.jpg");
@@ -103,11 +103,11 @@ TEST_F(SetupScreen, RulesChangeThePreviewAndControlsKeepTheirLimits) {
   settle();
   EXPECT_EQ(newPath(1), out + "/Rome_IMG_101.jpg");
   EXPECT_EQ(view()->previewModel()->index(1, 1).data(Qt::ToolTipRole).toString(),
-            QStringLiteral("File is ready to process."));
+            "File is ready to process.");
 
   // A "/" never reaches a name; the name field keeps 150 characters.
   QTest::keyClicks(prefix, "a/b");
-  EXPECT_EQ(prefix->text(), QStringLiteral("Rome_ab"));
+  EXPECT_EQ(prefix->text(), "Rome_ab");
   check(find<QGroupBox>("ruleReplaceFilename"));
   auto *newName = find<QLineEdit>("newNameField");
   newName->setFocus();
@@ -128,10 +128,9 @@ TEST_F(SetupScreen, RulesChangeThePreviewAndControlsKeepTheirLimits) {
 
   // Upper case through the case list.
   check(find<QGroupBox>("ruleChangeCase"));
-  chooseInList("caseModeList", QStringLiteral("Upper case"));
+  chooseInList("caseModeList", "Upper case");
   settle();
-  EXPECT_TRUE(newPath(0).endsWith(QStringLiteral("/ROME_AB.jpg")) ||
-              newPath(0).endsWith(QStringLiteral("/ROME_AB.JPG")))
+  EXPECT_TRUE(newPath(0).endsWith("/ROME_AB.jpg") || newPath(0).endsWith("/ROME_AB.JPG"))
       << qPrintable(newPath(0));
 
   // Keeping the names again shows the photos' own names.
@@ -152,8 +151,8 @@ TEST_F(SetupScreen, TypingIntoABusyPreviewQueuesOnePassNotOnePerKey) {
   QTest::keyClicks(find<QLineEdit>("newNameField"), "Holidays24");
   EXPECT_LE(view()->passesStarted() - before, 2);
   settle();
-  EXPECT_TRUE(newPath(0).contains(QStringLiteral("/Holidays24"))) << qPrintable(newPath(0));
-  EXPECT_EQ(find<QLineEdit>("newNameField")->text(), QStringLiteral("Holidays24"));
+  EXPECT_TRUE(newPath(0).contains("/Holidays24")) << qPrintable(newPath(0));
+  EXPECT_EQ(find<QLineEdit>("newNameField")->text(), "Holidays24");
 }
 
 // The screen's side of the application-wide notifications: a pass is announced to whoever
@@ -207,16 +206,16 @@ TEST_F(SetupScreen, TakenDateStampFollowsAReplacedFile) {
   open(1);
   modifyNames();
   check(find<QGroupBox>("ruleDateTimeStamp")); // "Taken(Original)" by default
-  chooseInList("dateFormatList", QStringLiteral("DD-MM-YYYY"));
+  chooseInList("dateFormatList", "DD-MM-YYYY");
   settle();
-  EXPECT_TRUE(newPath(0).contains(QStringLiteral("17-08-2006"))) << qPrintable(newPath(0));
+  EXPECT_TRUE(newPath(0).contains("17-08-2006")) << qPrintable(newPath(0));
 
   const QString photo = src + "/IMG_100.jpg";
   ASSERT_TRUE(QFile::remove(photo));
   testenv::copyPhoto("jpg/Canon_40D.jpg", src, "IMG_100.jpg");
   check(find<QCheckBox>("ruleLowerCaseExtension")); // any edit: a new pass
   settle();
-  EXPECT_TRUE(newPath(0).contains(QStringLiteral("30-05-2008"))) << qPrintable(newPath(0));
+  EXPECT_TRUE(newPath(0).contains("30-05-2008")) << qPrintable(newPath(0));
 }
 
 // Start is refused for a blank name and for a batch without a good photo; duplicate names show
@@ -234,17 +233,17 @@ TEST_F(SetupScreen, DuplicatesShowAsErrorsAndStartIsRefusedWithoutAGoodPhoto) {
   EXPECT_EQ(screen->currentSheet()->message(),
             QStringLiteral("Filename cannot be blank. Please enter the filename with which you "
                            "wish to replace the original name."));
-  pressSheetButton(QStringLiteral("OK"));
+  pressSheetButton("OK");
 
   QTest::keyClicks(find<QLineEdit>("newNameField"), "Same");
   settle();
   auto *errors = find<QPushButton>("filterErrorsButton");
-  EXPECT_EQ(errors->text(), QStringLiteral("ERRORS: 3"));
-  EXPECT_EQ(find<QPushButton>("filterWarningsButton")->text(), QStringLiteral("WARNINGS: 0"));
+  EXPECT_EQ(errors->text(), "ERRORS: 3");
+  EXPECT_EQ(find<QPushButton>("filterWarningsButton")->text(), "WARNINGS: 0");
   QTest::mouseClick(find<QPushButton>("startButton"), Qt::LeftButton);
   ASSERT_NE(screen->currentSheet(), nullptr);
-  EXPECT_EQ(screen->currentSheet()->title(), QStringLiteral("ERROR/WARNING"));
-  pressSheetButton(QStringLiteral("OK"));
+  EXPECT_EQ(screen->currentSheet()->title(), "ERROR/WARNING");
+  pressSheetButton("OK");
   EXPECT_EQ(screen->currentPage(), SetupVC::SettingsPage);
 
   // Two duplicates and one photo whose extension differs.
@@ -253,19 +252,19 @@ TEST_F(SetupScreen, DuplicatesShowAsErrorsAndStartIsRefusedWithoutAGoodPhoto) {
       PhotoFile::initWithFileUrl(src + "/IMG_102.jpeg", false);
   view()->setupViewNotification();
   settle();
-  EXPECT_EQ(errors->text(), QStringLiteral("ERRORS: 2"));
+  EXPECT_EQ(errors->text(), "ERRORS: 2");
   QTest::mouseClick(errors, Qt::LeftButton);
   EXPECT_EQ(view()->previewTable()->model()->rowCount(), 2);
   EXPECT_EQ(view()->previewTable()->model()->index(0, 1).data(Qt::ToolTipRole).toString(),
-            QStringLiteral("Duplicate filename."));
+            "Duplicate filename.");
   QTest::mouseClick(find<QPushButton>("filterAllButton"), Qt::LeftButton);
   EXPECT_EQ(view()->previewTable()->model()->rowCount(), 3);
 
   // Starting now finds one good photo: the prompt, then Cancel leaves the settings up.
   QTest::mouseClick(find<QPushButton>("startButton"), Qt::LeftButton);
   ASSERT_NE(screen->currentSheet(), nullptr);
-  EXPECT_EQ(screen->currentSheet()->title(), QStringLiteral("START THE BATCH?"));
-  pressSheetButton(QStringLiteral("Cancel"));
+  EXPECT_EQ(screen->currentSheet()->title(), "START THE BATCH?");
+  pressSheetButton("Cancel");
   EXPECT_EQ(screen->currentPage(), SetupVC::SettingsPage);
   EXPECT_FALSE(delegate.isSUBWINDOW_OPENED);
 }
@@ -277,7 +276,7 @@ TEST_F(SetupScreen, FormatChoiceShowsItsPanel) {
   EXPECT_FALSE(quality->isVisible());
   EXPECT_FALSE(compression->isVisible());
 
-  chooseInList("outputFormatList", QStringLiteral("png"));
+  chooseInList("outputFormatList", "png");
   settle();
   EXPECT_TRUE(compression->isVisible());
   EXPECT_FALSE(quality->isVisible());
@@ -286,10 +285,10 @@ TEST_F(SetupScreen, FormatChoiceShowsItsPanel) {
   auto *slider = find<QSlider>("compressionSlider");
   EXPECT_TRUE(slider->isEnabled());
   QTest::keyClick(slider, Qt::Key_End);
-  EXPECT_EQ(find<QLabel>("compressionLabel")->text(), QStringLiteral("9"));
+  EXPECT_EQ(find<QLabel>("compressionLabel")->text(), "9");
   EXPECT_EQ(delegate.selectedRenameSettingObj->compression(), 9);
 
-  chooseInList("outputFormatList", QStringLiteral("jpg"));
+  chooseInList("outputFormatList", "jpg");
   settle();
   EXPECT_TRUE(quality->isVisible());
   EXPECT_FALSE(compression->isVisible());
@@ -300,7 +299,7 @@ TEST_F(SetupScreen, FormatChoiceShowsItsPanel) {
     QTest::keyClick(qualitySlider, Qt::Key_PageUp);
   for (int i = 0; i < 5; ++i)
     QTest::keyClick(qualitySlider, Qt::Key_Right);
-  EXPECT_EQ(find<QLabel>("qualityLabel")->text(), QStringLiteral("85"));
+  EXPECT_EQ(find<QLabel>("qualityLabel")->text(), "85");
   EXPECT_DOUBLE_EQ(delegate.selectedRenameSettingObj->quality(), 0.85);
 }
 
@@ -313,10 +312,10 @@ TEST_F(SetupScreen, DestinationControlsWriteTheOptions) {
   EXPECT_FALSE(find<QPushButton>("chooseFolderButton")->isEnabled());
   EXPECT_EQ(newPath(0), src + "/IMG_100.jpg");
   // Its own file is there: a warning.
-  EXPECT_EQ(find<QPushButton>("filterWarningsButton")->text(), QStringLiteral("WARNINGS: 2"));
+  EXPECT_EQ(find<QPushButton>("filterWarningsButton")->text(), "WARNINGS: 2");
   check(find<QCheckBox>("overwriteBox"));
   settle();
-  EXPECT_EQ(find<QPushButton>("filterWarningsButton")->text(), QStringLiteral("WARNINGS: 0"));
+  EXPECT_EQ(find<QPushButton>("filterWarningsButton")->text(), "WARNINGS: 0");
 
   QTest::mouseClick(find<QRadioButton>("copyModeButton"), Qt::LeftButton);
   settle();
@@ -350,21 +349,21 @@ TEST_F(SetupScreen, RunStopNoThenYesSummaryAndSkippedPhotosSentBack) {
   permits.release(2);
   ASSERT_TRUE(QTest::qWaitFor([&] { return run.counterTotalProgressedFiles >= 2; }, 20000));
   ASSERT_TRUE(QTest::qWaitFor([&] { return !screen->currentFileText().isEmpty(); }, 5000));
-  EXPECT_TRUE(screen->processInfoText().startsWith(QStringLiteral("Process Started at: ")));
-  EXPECT_TRUE(screen->batchInfoText().startsWith(QStringLiteral("Images Count: 8  |  ")));
+  EXPECT_TRUE(screen->processInfoText().startsWith("Process Started at: "));
+  EXPECT_TRUE(screen->batchInfoText().startsWith("Images Count: 8  |  "));
 
   QTest::mouseClick(screen->stopButton(), Qt::LeftButton);
   ASSERT_NE(screen->currentSheet(), nullptr);
   EXPECT_EQ(screen->currentSheet()->message(),
             QStringLiteral("Photos that are not processed will be skipped. Do you still want to "
                            "stop?"));
-  pressSheetButton(QStringLiteral("No"));
+  pressSheetButton("No");
   EXPECT_TRUE(delegate.isPHOTOS_PROCESSING_IN_PROGERESS);
   permits.release(2);
   ASSERT_TRUE(QTest::qWaitFor([&] { return run.counterTotalProgressedFiles >= 4; }, 20000));
 
   QTest::mouseClick(screen->stopButton(), Qt::LeftButton);
-  pressSheetButton(QStringLiteral("Yes"));
+  pressSheetButton("Yes");
   permits.release(100);
   ASSERT_TRUE(ended.count() > 0 || ended.wait(20000));
   EXPECT_FALSE(ended.first().first().toBool());
@@ -374,8 +373,8 @@ TEST_F(SetupScreen, RunStopNoThenYesSummaryAndSkippedPhotosSentBack) {
   EXPECT_GE(processed, 4);
   EXPECT_LT(processed, 8);
   EXPECT_EQ(screen->currentPage(), SetupVC::SummaryPage);
-  EXPECT_EQ(screen->summaryHeader(), QStringLiteral("Process Stopped!"));
-  EXPECT_EQ(screen->summaryValue("Batch Count"), QStringLiteral("8"));
+  EXPECT_EQ(screen->summaryHeader(), "Process Stopped!");
+  EXPECT_EQ(screen->summaryValue("Batch Count"), "8");
   EXPECT_EQ(screen->summaryValue("Photos Processed"), QString::number(processed));
   EXPECT_EQ(screen->summaryValue("Photos not Processed"), QString::number(8 - processed));
   EXPECT_EQ(screen->summaryValue("Output Directory"), out);
@@ -403,15 +402,15 @@ TEST_F(SetupScreen, AFinishedRunWithAnExistingFileSkipsItAndOpensTheFolder) {
   delegate.selectedOuputSettingObj->openOutputFolderAfterProcessing = true;
   view()->setupViewNotification();
   settle();
-  EXPECT_EQ(find<QPushButton>("filterWarningsButton")->text(), QStringLiteral("WARNINGS: 1"));
+  EXPECT_EQ(find<QPushButton>("filterWarningsButton")->text(), "WARNINGS: 1");
   QSignalSpy ended(screen.get(), &SetupVC::summaryShown);
   QTest::mouseClick(find<QPushButton>("startButton"), Qt::LeftButton);
-  pressSheetButton(QStringLiteral("Start"));
+  pressSheetButton("Start");
   ASSERT_TRUE(ended.wait(30000));
   EXPECT_TRUE(ended.first().first().toBool());
-  EXPECT_EQ(screen->summaryHeader(), QStringLiteral("Process Finished!"));
-  EXPECT_EQ(screen->summaryValue("Photos Processed"), QStringLiteral("2"));
-  EXPECT_EQ(screen->summaryValue("Photos Skipped"), QStringLiteral("1"));
+  EXPECT_EQ(screen->summaryHeader(), "Process Finished!");
+  EXPECT_EQ(screen->summaryValue("Photos Processed"), "2");
+  EXPECT_EQ(screen->summaryValue("Photos Skipped"), "1");
   EXPECT_EQ(opened, QStringList{out});
   EXPECT_EQ(view()->previewModel()->index(1, 1).data(PreviewTableModel::StatusIconRole).toInt(),
             int(PreviewTableModel::IconSkipped));
