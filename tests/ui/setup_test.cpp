@@ -21,16 +21,13 @@ namespace {
 
 const char *kSmall = "jpg/Fujifilm_FinePix_E500.jpg";
 
-struct RecordingFlow : ScreenFlowDelegate {
+struct RecordingFlow : QuietFlow {
   int newBatches = 0;
   QList<std::shared_ptr<PhotoFile>> skipped;
-  void btnNextFromAddPhotosVcTapped() override {}
-  void btnBackFromSetupVCTapped() override {}
   void btnStartNewBatchFromSetupVCTapped() override { ++newBatches; }
   void btnProcessSkippedFromSetupVCTapped(const QList<std::shared_ptr<PhotoFile>> &p) override {
     skipped = p;
   }
-  void checkForDeletedPhotosInSourceFolder(bool) override {}
 };
 
 // The setup screen on a real batch of sample photos, shown offscreen.
@@ -42,16 +39,12 @@ struct SetupScreen : SetupScreenFixture {
   // The screen goes before the flow it reports to.
   ~SetupScreen() override { screen.reset(); }
   ScreenFlowDelegate *screenFlow() override { return &flow; }
-  void addPhotos(int count) {
-    QDir().mkpath(src);
+  // A batch of count copies of one small photo, IMG_100.jpg onwards, on the screen.
+  void open(int count) {
     QStringList files;
     for (int i = 0; i < count; ++i)
       files << testenv::copyPhoto(kSmall, src, QStringLiteral("IMG_%1.jpg").arg(100 + i));
     useBatch(files);
-  }
-
-  void open(int count) {
-    addPhotos(count);
     showScreen();
     screen->batchRun().openPath = [this](const QString &path) { opened.append(path); };
   }
