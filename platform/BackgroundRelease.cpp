@@ -18,12 +18,14 @@ QThreadPool *releaseQueue() {
 } // namespace
 
 void run(std::function<void()> task) {
-  ThreadHandOff::sent(&kReleaseHandOff);
-  releaseQueue()->start([task = std::move(task)]() mutable {
+  // The job is made before the hand-over is marked, so all of it is seen as handed over.
+  std::function<void()> job = [task = std::move(task)]() mutable {
     ThreadHandOff::received(&kReleaseHandOff);
     task();
     task = nullptr;
-  });
+  };
+  ThreadHandOff::sent(&kReleaseHandOff);
+  releaseQueue()->start(std::move(job));
 }
 
 } // namespace platform::BackgroundRelease
